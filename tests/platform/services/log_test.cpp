@@ -1,0 +1,135 @@
+#include <gtest/gtest.h>
+
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "child_process.h"
+#include "temporary_folder.h"
+
+namespace {
+
+using kelra_test::ChildResult;
+using kelra_test::ReadFile;
+using kelra_test::RunChild;
+using kelra_test::TemporaryFolder;
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+TEST(Log, IsOffUnlessAskedFor) {
+  for (const std::vector<std::string>& environment :
+       {std::vector<std::string>{}, {"KELRA_LOG=off"}, {"KELRA_LOG="}}) {
+    const ChildResult got = RunChild({SERVICE_PROBE, "log", "start"}, environment);
+    EXPECT_EQ(got.exitCode, 0);
+    EXPECT_EQ(got.out + got.err, "");
+  }
+}
+
+// A bound that sanitizers and busy machines keep; formatting or a system call would break it.
+TEST(Log, SwitchedOffRecordsCostNanoseconds) {
+  const ChildResult got = RunChild({SERVICE_PROBE, "log-time"}, {});
+  EXPECT_LT(std::stod(got.out), 500.0);
+}
+
+TEST(Log, RecordHasTimeThreadModuleFunctionLineAndMessage) {
+  const ChildResult got =
+      RunChild({SERVICE_PROBE, "log", "start", "a {} %s"}, {"KELRA_LOG=stderr"});
+  EXPECT_EQ(got.exitCode, 0);
+  EXPECT_EQ(got.out, "");
+  const std::vector<std::string> lines = Lines(got.err);
+  ASSERT_EQ(lines.size(), 2U);
+  const std::string head =
+      R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}[+-]\d\d:\d\d \[\d+\] Module Function:)";
+  EXPECT_TRUE(std::regex_match(lines[0], std::regex(head + "100 start"))) << lines[0];
+  EXPECT_TRUE(std::regex_match(lines[1], std::regex(head + R"(101 a \{\} %s)"))) << lines[1];
+}
+
+TEST(Log, PassesBytesOfAnyEncodingUnchanged) {
+  const TemporaryFolder folder;
+  const std::string message = "KelImageOperation\xBD\xE1\xCA\xF8";
+  std::string all;
+  for (int byte = 1; byte < 256; ++byte) {
+    if (byte != '\n') all.push_back(static_cast<char>(byte));
+  }
+  RunChild({SERVICE_PROBE, "log", message, all}, {"KELRA_LOG=" + (folder / "records.log")});
+  const std::vector<std::string> lines = Lines(ReadFile(folder / "records.log"));
+  ASSERT_EQ(lines.size(), 2U);
+  EXPECT_TRUE(lines[0].ends_with(" Module Function:100 " + message)) << lines[0];
+  EXPECT_TRUE(lines[1].ends_with(" Module Function:101 " + all)) << lines[1];
+}
+
+TEST(Log, WritesNullTextsAsSuch) {
+  const ChildResult got = RunChild({SERVICE_PROBE, "log", "null"}, {"KELRA_LOG=stderr"});
+  EXPECT_EQ(got.exitCode, 0);
+  EXPECT_TRUE(got.err.ends_with(" (null) (null):100 (null)\n")) << got.err;
+}
+
+TEST(Log, AppendsToTheFile) {
+  const TemporaryFolder folder;
+  const std::vector<std::string> environment = {"KELRA_LOG=" + (folder / "records.log")};
+  RunChild({SERVICE_PROBE, "log", "first"}, environment);
+  RunChild({SERVICE_PROBE, "log", "second"}, environment);
+  const std::vector<std::string> lines = Lines(ReadFile(folder / "records.log"));
+  ASSERT_EQ(lines.size(), 2U);
+  EXPECT_TRUE(lines[0].ends_with("first"));
+  EXPECT_TRUE(lines[1].ends_with("second"));
+}
+
+TEST(Log, AFileThatCannotBeOpenedIsReportedOnceAndLeavesLoggingOff) {
+  const ChildResult got =
+      RunChild({SERVICE_PROBE, "log", "start", "end"}, {"KELRA_LOG=/nonexistent/records.log"});
+  EXPECT_EQ(got.exitCode, 0);
+  const std::vector<std::string> lines = Lines(got.err);
+  ASSERT_EQ(lines.size(), 1U) << got.err;
+  EXPECT_NE(lines[0].find("KELRA_LOG"), std::string::npos);
+  EXPECT_NE(lines[0].find("/nonexistent/records.log"), std::string::npos);
+}
+
+TEST(Log, AFullDeviceIsReportedOnceAndFailsNoCall) {
+  const ChildResult got = RunChild({SERVICE_PROBE, "log", "a", "b", "c"}, {"KELRA_LOG=/dev/full"});
+  EXPECT_EQ(got.exitCode, 0);
+  EXPECT_EQ(Lines(got.err).size(), 1U) << got.err;
+}
+
+// Records longer than a stream's buffer and than the atomic write of a pipe.
+TEST(Log, ThreadsAndProcessesDoNotTearRecords) {
+  constexpr int kProcesses = 3;
+  constexpr int kThreads = 4;
+  constexpr int kRecords = 50;
+  constexpr std::size_t kLength = 20000;
+  const TemporaryFolder folder;
+  const std::string file = folder / "records.log";
+  std::vector<std::thread> processes;
+  for (int p = 0; p < kProcesses; ++p) {
+    processes.emplace_back([&] {
+      RunChild({SERVICE_PROBE, "log-many", std::to_string(kThreads), std::to_string(kRecords),
+                std::to_string(kLength)},
+               {"KELRA_LOG=" + file});
+    });
+  }
+  for (std::thread& process : processes) process.join();
+
+  std::map<char, int> records;
+  std::set<std::string> threads;
+  for (const std::string& line : Lines(ReadFile(file))) {
+    ASSERT_GT(line.size(), kLength);
+    const std::string message = line.substr(line.size() - kLength);
+    ASSERT_EQ(message, std::string(kLength, message.front()));
+    ++records[message.front()];
+    threads.insert(line.substr(line.find('['), line.find(']') - line.find('[')));
+  }
+  EXPECT_EQ(records.size(), static_cast<std::size_t>(kThreads));
+  for (const auto& [letter, count] : records) EXPECT_EQ(count, kProcesses * kRecords) << letter;
+  EXPECT_EQ(threads.size(), static_cast<std::size_t>(kProcesses * kThreads));
+}
+
+}  // namespace
