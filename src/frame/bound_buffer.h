@@ -1,0 +1,29 @@
+// The matrix that an object reuses for its results in efficiency mode, during one call.
+#pragma once
+
+#include "KELRA/KelData.h"
+
+namespace KELRA {
+
+// Binding makes the output share the buffer, fitted to the input's size and type. The buffer reads
+// as zeros after the call unless the result was computed into it; since such a result covers every
+// pixel, it is cleared only when there is none.
+class BoundBuffer {
+ public:
+  BoundBuffer() = default;
+  ~BoundBuffer();
+  BoundBuffer(const BoundBuffer&) = delete;
+  BoundBuffer& operator=(const BoundBuffer&) = delete;
+
+  // An input that shares the buffer's pixels, being an earlier output, keeps them: the buffer is
+  // exchanged for a new one.
+  void Bind(cv::Mat& buffer, const KelImage& src, KelImage* dst);
+
+  // The whole buffer holds a result.
+  void MarkOverwritten() { bound_.release(); }
+
+ private:
+  cv::Mat bound_;
+};
+
+}  // namespace KELRA

@@ -1,0 +1,113 @@
+#include "frame/call_frame.h"
+
+#include "frame/load_time_state.h"
+#include "frame/result_matrix.h"
+
+namespace KELRA {
+namespace {
+
+// The image that the mask is made from. The converter takes its inputs by mutable reference.
+cv::Mat TemplateOf(const KelImage& src, MaskTemplate kind) {
+  return kind == MaskTemplate::kInput ? src.Mat()
+                                      : cv::Mat(src.Mat().size(), CV_8UC1, cv::Scalar(255));
+}
+
+}  // namespace
+
+CallFrame::CallFrame(const FramePolicy& policy, cv::Mat* buffer)
+    : policy_(policy), buffer_(buffer), log_(policy.lines) {}
+
+void CallFrame::BindBufferNow(const KelImage& src, KelImage* dst) {
+  input_ = src;
+  if (buffer_ != nullptr && LoadedSettings().efficiency != 0) {
+    bound_.Bind(*buffer_, input_, dst);
+  }
+}
+
+Status CallFrame::Run(KelImage& src, KelROI& roi, KelImage* dst, Work work) {
+  if (dst == nullptr) {
+    return ERR_IMAGE_EMPTY;
+  }
+  const KelROIType kind = roi.ROIType();
+  if (policy_.bind_buffer == BindBuffer::kAlways ||
+      (policy_.bind_buffer == BindBuffer::kUnlessWholeImage && kind != KEL_ROI_WHOLE_IMAGE)) {
+    BindBufferNow(src, dst);
+  } else if (policy_.bind_buffer != BindBuffer::kBeforeRegionCheck) {
+    input_ = src;
+  }
+  switch (kind) {
+    case KEL_ROI_WHOLE_IMAGE:
+      return RunOnWholeImage(dst, work);
+    case KEL_ROI_REGION:
+      return RunUnderMask(roi, dst, work);
+    default:
+      return RunOnPart(roi, dst, work);
+  }
+}
+
+Status CallFrame::RunOnWholeImage(KelImage* dst, Work work) {
+  const Status status = work(input_, dst);
+  if (status.ok()) {
+    bound_.MarkOverwritten();
+  }
+  return status;
+}
+
+Status CallFrame::RunUnderMask(KelROI& roi, KelImage* dst, Work work) {
+  KelImage separate;
+  const bool use_separate = policy_.shared_output == SharedOutput::kAsIfSeparate &&
+                            SharesPixels(input_.Mat(), dst->Mat());
+  KelImage* result = use_separate ? &separate : dst;
+  if (const Status status = work(input_, result); !status.ok()) {
+    return Fail(Fallback::kMaskedWork, status, dst);
+  }
+  bound_.MarkOverwritten();
+  dst->Mat() = result->Mat();
+  cv::Mat mask;
+  cv::Mat mask_template = TemplateOf(input_, policy_.mask_template);
+  if (const Status status = RegionConverter().GenMaskImage(mask_template, roi, &mask, 1, 0);
+      !status.ok()) {
+    return Fail(Fallback::kMask, status, dst);
+  }
+  const cv::Mat outside = 255.0 - mask;
+  input_.Mat().copyTo(dst->Mat(), outside);
+  return STATUS_OK;
+}
+
+Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
+  cv::Mat cut;
+  if (const Status status = RegionConverter().ROIImageExtraction(input_.Mat(), roi, &cut, 1, 0.0);
+      !status.ok()) {
+    return Fail(Fallback::kExtraction, status, dst);
+  }
+  const KelImage part(cut);
+  KelImage part_result;
+  if (const Status status = work(part, &part_result); !status.ok()) {
+    return Fail(Fallback::kPartWork, status, dst);
+  }
+  cv::Mat restored;
+  cv::Mat changed_part = part_result.Mat();
+  const Status status =
+      RegionConverter().ROIImageRestore(input_.Mat(), changed_part, roi, &restored, 1);
+  const AfterRestore after = policy_.after_restore;
+  if (status.ok() || after != AfterRestore::kOnlyOnSuccess) {
+    dst->Mat() = restored;
+  }
+  if (status.ok() || after == AfterRestore::kAssignAndLogAlways ||
+      after == AfterRestore::kIgnoreStatus) {
+    log_.Exit();
+  }
+  if (status.ok() || after == AfterRestore::kIgnoreStatus) {
+    return STATUS_OK;
+  }
+  return Fail(Fallback::kRestore, status, dst);
+}
+
+Status CallFrame::Fail(Fallback step, Status status, KelImage* dst) {
+  if (Includes(policy_.fallback, step)) {
+    *dst = input_.DeepCopy();
+  }
+  return status;
+}
+
+}  // namespace KELRA

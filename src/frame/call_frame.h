@@ -1,0 +1,103 @@
+// The steps that every method with a region takes around its pixel work.
+//
+//   whole image   work on the input, return its status
+//   mask          (run-length regions) work on the whole image, then bring the input back outside
+//   extraction    cut the region out, work on the part, restore it into a copy of the input
+#pragma once
+
+#include "KELRA/KelData.h"
+#include "frame/bound_buffer.h"
+#include "frame/call_log.h"
+#include "frame/function_ref.h"
+#include "frame/status.h"
+
+namespace KELRA {
+
+// Failures that are answered by a deep copy of the input in the output. On the whole image there is
+// never one.
+enum class Fallback : unsigned {
+  kNever = 0,
+  kMaskedWork = 1,  // the work on the mask path
+  kMask = 2,        // making the mask
+  kExtraction = 4,  // cutting the region out
+  kPartWork = 8,    // the work on the part
+  kRestore = 16,    // putting the part back
+  kMaskPath = kMaskedWork | kMask,
+  kAlways = kMaskPath | kExtraction | kPartWork | kRestore,
+};
+constexpr Fallback operator|(Fallback a, Fallback b) {
+  return static_cast<Fallback>(static_cast<unsigned>(a) | static_cast<unsigned>(b));
+}
+constexpr bool Includes(Fallback set, Fallback failure) {
+  return (static_cast<unsigned>(set) & static_cast<unsigned>(failure)) != 0;
+}
+
+// When the efficiency buffer is bound to the output (only in efficiency mode).
+enum class BindBuffer {
+  kNever,
+  kUnlessWholeImage,
+  kAlways,
+  kBeforeRegionCheck,  // by the method, with CallFrame::BindBufferNow, between its checks
+};
+
+// What happens when the part has been put back, successfully or not.
+enum class AfterRestore {
+  kAssignAndLogOnSuccess,  // the output gets the result always, the exit is logged on success
+  kAssignAndLogAlways,
+  kOnlyOnSuccess,  // a failure leaves the output and the log alone
+  kIgnoreStatus,   // as kAssignAndLogAlways, and a failure counts as success
+};
+
+// What the region's mask is made from.
+enum class MaskTemplate {
+  kInput,
+  kConstantImage,  // one channel, 8 bits, all 255
+};
+
+// What an output that shares pixels with the input does on the mask path.
+enum class SharedOutput {
+  kAsIfSeparate,
+  kWrittenInPlace,  // the work overwrites the input; there is nothing left to bring back
+};
+
+// What is particular to a method; only deviations from these defaults are listed beside it.
+struct FramePolicy {
+  LogLines lines;
+  BindBuffer bind_buffer = BindBuffer::kNever;
+  Fallback fallback = Fallback::kAlways;
+  AfterRestore after_restore = AfterRestore::kAssignAndLogOnSuccess;
+  MaskTemplate mask_template = MaskTemplate::kInput;
+  SharedOutput shared_output = SharedOutput::kAsIfSeparate;
+};
+
+class CallFrame {
+ public:
+  // Computes the result image from the input image: the whole of it, in the output's own matrix or
+  // a new one.
+  using Work = FunctionRef<Status(const KelImage&, KelImage*)>;
+
+  // Logs the start. `buffer` is the object's matrix for efficiency mode, null when it has none.
+  explicit CallFrame(const FramePolicy& policy, cv::Mat* buffer = nullptr);
+
+  // In efficiency mode binds the buffer to the output, which may be the input.
+  void BindBufferNow(const KelImage& src, KelImage* dst);
+
+  // Runs the work on the path of the region's kind, which has been checked.
+  Status Run(KelImage& src, KelROI& roi, KelImage* dst, Work work);
+
+ private:
+  Status RunOnWholeImage(KelImage* dst, Work work);
+  Status RunUnderMask(KelROI& roi, KelImage* dst, Work work);
+  Status RunOnPart(KelROI& roi, KelImage* dst, Work work);
+  // Applies the policy's fallback for the failed step and returns its status.
+  Status Fail(Fallback step, Status status, KelImage* dst);
+
+  const FramePolicy& policy_;
+  cv::Mat* buffer_;
+  CallLog log_;
+  BoundBuffer bound_;
+  // Keeps the input's pixels when the output is the same object and gets another matrix.
+  KelImage input_;
+};
+
+}  // namespace KELRA

@@ -1,0 +1,19 @@
+#include "frame/call_log.h"
+
+namespace KELRA {
+namespace {
+
+constexpr char kModule[] = "KelImageOperation";
+constexpr char kStart[] = "start";
+// Readers of the log expect the word for "end" in GBK.
+constexpr char kExit[] = "KelImageOperation\xBD\xE1\xCA\xF8";
+
+}  // namespace
+
+CallLog::CallLog(const LogLines& lines) : lines_(lines) {
+  logger_.Log(kStart, kModule, lines_.function, lines_.start);
+}
+
+void CallLog::Exit() { logger_.Log(kExit, kModule, lines_.function, lines_.exit); }
+
+}  // namespace KELRA

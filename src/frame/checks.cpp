@@ -1,0 +1,40 @@
+#include "frame/checks.h"
+
+namespace KELRA {
+
+Status CheckNotEmpty(const KelImage& image) {
+  const bool empty = image.Width() == 0 || image.Height() == 0 || image.Mat().empty();
+  return empty ? ERR_IMAGE_EMPTY : STATUS_OK;
+}
+
+Status CheckBitDepth(const KelImage& image) {
+  return IsSupportedDepth(image.BitDepth()) ? STATUS_OK : ERR_BIT_DEPTH;
+}
+
+Status CheckChannels(const KelImage& image) {
+  return HasOneOrThreeChannels(image.Mat()) ? STATUS_OK : ERR_CHANNEL_COUNT;
+}
+
+Status CheckRegionKind(const KelROI& roi) {
+  switch (roi.ROIType()) {
+    case KEL_ROI_RECTANGLE:
+    case KEL_ROI_POLYGON:
+    case KEL_ROI_ROTATED_RECTANGLE:
+    case KEL_ROI_ANNULUS:
+    case KEL_ROI_CIRCLE:
+    case KEL_ROI_ELLIPSE:
+    case KEL_ROI_REGION:
+    case KEL_ROI_WHOLE_IMAGE:
+      return STATUS_OK;
+    default:
+      return ERR_ROI_TYPE;
+  }
+}
+
+Status CheckConstant(const KelImage& image, int value, int smallest) {
+  return value >= smallest && value <= LargestSample(image.BitDepth()) ? STATUS_OK : ERR_PARAM_1;
+}
+
+Status CheckOutput(const KelImage* image) { return image != nullptr ? STATUS_OK : ERR_IMAGE_EMPTY; }
+
+}  // namespace KELRA

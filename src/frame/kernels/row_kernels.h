@@ -1,0 +1,100 @@
+// The inner loops over rows of samples: pointers, widths and constants, nothing of images or
+// threads.
+//
+// Written once in row_kernels.inl and compiled for each instruction set, which all give the same
+// bytes.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace KELRA::kernels {
+
+// Rows of samples in memory.
+template <class Sample>
+struct Rows {
+  Sample* first;
+  std::ptrdiff_t step;  // bytes from row to row
+
+  Sample* operator[](std::ptrdiff_t row) const {
+    using Byte = std::conditional_t<std::is_const_v<Sample>, const char, char>;
+    return reinterpret_cast<Sample*>(reinterpret_cast<Byte*>(first) + row * step);
+  }
+};
+
+// The extent of the work. The first `blocks` samples of a row are rounded to nearest, the
+// rest of its `samples` are truncated; a division treats both alike.
+struct Extent {
+  std::ptrdiff_t rows;
+  std::ptrdiff_t samples;
+  std::ptrdiff_t blocks;
+};
+
+// y = t * scale + offset
+struct Linear {
+  float scale;
+  float offset;
+};
+
+enum Arithmetic : int { kAdd = 0, kSubtract = 1, kMultiply = 2, kDivide = 3 };
+inline constexpr int kArithmeticCount = 4;
+
+template <class Sample>
+struct SampleKernels {
+  // dst = saturate((src op constant) * scale + offset)
+  using WithConstant = void (*)(Rows<const Sample> src, Rows<Sample> dst, Extent extent,
+                                float constant, Linear linear);
+  // dst = saturate((a op b) * scale + offset); a / 0 gives 0 whatever the offset
+  using WithImage = void (*)(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst,
+                             Extent extent, Linear linear);
+  // dst = saturate(src + shift), |shift| at most the largest sample: the constant forms of sums and
+  // differences whose scale is 1 and whose offset is whole, in integers
+  using Shift = void (*)(Rows<const Sample> src, Rows<Sample> dst, Extent extent, int shift);
+  // dst = saturate(a op b): the image forms with scale 1 and offset 0, in integers
+  using Saturate = void (*)(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst,
+                            Extent extent);
+
+  std::array<WithConstant, kArithmeticCount> with_constant;
+  std::array<WithImage, kArithmeticCount> with_image;
+  Shift shift;
+  Saturate add;
+  Saturate subtract;
+};
+
+struct RowKernels {
+  const char* instruction_set;
+  SampleKernels<std::uint8_t> u8;
+  SampleKernels<std::uint16_t> u16;
+
+  template <class Sample>
+  const SampleKernels<Sample>& For() const {
+    if constexpr (sizeof(Sample) == 1) {
+      return u8;
+    } else {
+      return u16;
+    }
+  }
+};
+
+namespace sse41 {
+extern const RowKernels kRowKernels;
+}
+namespace avx2 {
+extern const RowKernels kRowKernels;
+}
+namespace avx512 {
+extern const RowKernels kRowKernels;
+}
+
+// All that this processor can run, the narrowest first.
+std::span<const RowKernels* const> SupportedRowKernels();
+
+// The ones in use: the widest supported, chosen when the library is loaded.
+const RowKernels& ActiveRowKernels();
+
+// Takes others into use; must not run beside any call.
+void UseRowKernels(const RowKernels& kernels);
+
+}  // namespace KELRA::kernels

@@ -1,0 +1,19 @@
+#include <immintrin.h>
+
+#include <cstring>
+
+#include "frame/kernels/row_kernels.h"
+#include "frame/kernels/target_region.h"
+
+KELRA_BEGIN_TARGET("avx2")
+namespace KELRA::kernels::avx2 {
+
+#include "frame/kernels/vector_avx2.inl"
+
+#include "frame/kernels/row_kernels.inl"
+
+const RowKernels kRowKernels = {"AVX2", kSampleKernels<std::uint8_t>,
+                                kSampleKernels<std::uint16_t>};
+
+}  // namespace KELRA::kernels::avx2
+KELRA_END_TARGET

@@ -1,0 +1,19 @@
+#include <immintrin.h>
+
+#include <cstring>
+
+#include "frame/kernels/row_kernels.h"
+#include "frame/kernels/target_region.h"
+
+KELRA_BEGIN_TARGET("avx512f,avx512bw,avx512vl")
+namespace KELRA::kernels::avx512 {
+
+#include "frame/kernels/vector_avx512.inl"
+
+#include "frame/kernels/row_kernels.inl"
+
+const RowKernels kRowKernels = {"AVX-512", kSampleKernels<std::uint8_t>,
+                                kSampleKernels<std::uint16_t>};
+
+}  // namespace KELRA::kernels::avx512
+KELRA_END_TARGET

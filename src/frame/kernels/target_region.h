@@ -1,0 +1,18 @@
+// Code between KELRA_BEGIN_TARGET("avx2") and KELRA_END_TARGET is compiled for that instruction
+// set; all else stays runnable everywhere. Headers are included before the region, so that no
+// function that other translation units share is compiled for it.
+#pragma once
+
+#define KELRA_PRAGMA(text) _Pragma(#text)
+
+#if defined(__clang__)
+#define KELRA_BEGIN_TARGET(features) \
+  KELRA_PRAGMA(clang attribute push(__attribute__((target(features))), apply_to = function))
+#define KELRA_END_TARGET _Pragma("clang attribute pop")
+#elif defined(__GNUC__)
+#define KELRA_BEGIN_TARGET(features) _Pragma("GCC push_options") KELRA_PRAGMA(GCC target(features))
+#define KELRA_END_TARGET _Pragma("GCC pop_options")
+#else
+#define KELRA_BEGIN_TARGET(features)
+#define KELRA_END_TARGET
+#endif

@@ -1,0 +1,75 @@
+// 32-byte vectors.
+
+template <class Sample>
+inline constexpr std::ptrdiff_t kLanes = 32 / static_cast<std::ptrdiff_t>(sizeof(Sample));
+
+struct Bytes {
+  __m256i v;
+};
+struct Words {
+  __m256i v;
+};
+struct Floats {
+  __m256 v;
+};
+
+inline Bytes Load(const std::uint8_t* p) {
+  return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))};
+}
+inline Words Load(const std::uint16_t* p) {
+  return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))};
+}
+inline void Store(std::uint8_t* p, Bytes a) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), a.v);
+}
+inline void Store(std::uint16_t* p, Words a) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), a.v);
+}
+
+inline Bytes Set(std::uint8_t a) { return {_mm256_set1_epi8(static_cast<char>(a))}; }
+inline Words Set(std::uint16_t a) { return {_mm256_set1_epi16(static_cast<short>(a))}; }
+inline Floats Set(float a) { return {_mm256_set1_ps(a)}; }
+
+inline Bytes AddSaturated(Bytes a, Bytes b) { return {_mm256_adds_epu8(a.v, b.v)}; }
+inline Words AddSaturated(Words a, Words b) { return {_mm256_adds_epu16(a.v, b.v)}; }
+inline Bytes SubtractSaturated(Bytes a, Bytes b) { return {_mm256_subs_epu8(a.v, b.v)}; }
+inline Words SubtractSaturated(Words a, Words b) { return {_mm256_subs_epu16(a.v, b.v)}; }
+
+inline Floats Add(Floats a, Floats b) { return {_mm256_add_ps(a.v, b.v)}; }
+inline Floats Subtract(Floats a, Floats b) { return {_mm256_sub_ps(a.v, b.v)}; }
+inline Floats Multiply(Floats a, Floats b) { return {_mm256_mul_ps(a.v, b.v)}; }
+inline Floats Divide(Floats a, Floats b) { return {_mm256_div_ps(a.v, b.v)}; }
+// The second operand where either is NaN.
+inline Floats Min(Floats a, Floats b) { return {_mm256_min_ps(a.v, b.v)}; }
+inline Floats ZeroWhereZero(Floats a, Floats b) {
+  return {_mm256_andnot_ps(_mm256_cmp_ps(b.v, _mm256_setzero_ps(), _CMP_EQ_OQ), a.v)};
+}
+
+inline __m256i ToNearest(Floats a) { return _mm256_cvtps_epi32(a.v); }
+inline __m256i Truncate(Floats a) { return _mm256_cvttps_epi32(a.v); }
+
+// The lanes of the parts are those of unpacking; Narrow undoes them.
+struct BytesAsFloats {
+  Floats part[4];
+};
+struct WordsAsFloats {
+  Floats part[2];
+};
+
+inline WordsAsFloats Widen(Words a) {
+  const __m256i zero = _mm256_setzero_si256();
+  return {{{_mm256_cvtepi32_ps(_mm256_unpacklo_epi16(a.v, zero))},
+           {_mm256_cvtepi32_ps(_mm256_unpackhi_epi16(a.v, zero))}}};
+}
+inline BytesAsFloats Widen(Bytes a) {
+  const __m256i zero = _mm256_setzero_si256();
+  const WordsAsFloats low = Widen(Words{_mm256_unpacklo_epi8(a.v, zero)});
+  const WordsAsFloats high = Widen(Words{_mm256_unpackhi_epi8(a.v, zero)});
+  return {{low.part[0], low.part[1], high.part[0], high.part[1]}};
+}
+
+// Integers below 0 become 0.
+inline Words Narrow(__m256i a, __m256i b) { return {_mm256_packus_epi32(a, b)}; }
+inline Bytes Narrow(__m256i a, __m256i b, __m256i c, __m256i d) {
+  return {_mm256_packus_epi16(Narrow(a, b).v, Narrow(c, d).v)};
+}

@@ -1,0 +1,75 @@
+// 16-byte vectors: the floor that every supported processor has.
+
+template <class Sample>
+inline constexpr std::ptrdiff_t kLanes = 16 / static_cast<std::ptrdiff_t>(sizeof(Sample));
+
+struct Bytes {
+  __m128i v;
+};
+struct Words {
+  __m128i v;
+};
+struct Floats {
+  __m128 v;
+};
+
+inline Bytes Load(const std::uint8_t* p) {
+  return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))};
+}
+inline Words Load(const std::uint16_t* p) {
+  return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))};
+}
+inline void Store(std::uint8_t* p, Bytes a) {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.v);
+}
+inline void Store(std::uint16_t* p, Words a) {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.v);
+}
+
+inline Bytes Set(std::uint8_t a) { return {_mm_set1_epi8(static_cast<char>(a))}; }
+inline Words Set(std::uint16_t a) { return {_mm_set1_epi16(static_cast<short>(a))}; }
+inline Floats Set(float a) { return {_mm_set1_ps(a)}; }
+
+inline Bytes AddSaturated(Bytes a, Bytes b) { return {_mm_adds_epu8(a.v, b.v)}; }
+inline Words AddSaturated(Words a, Words b) { return {_mm_adds_epu16(a.v, b.v)}; }
+inline Bytes SubtractSaturated(Bytes a, Bytes b) { return {_mm_subs_epu8(a.v, b.v)}; }
+inline Words SubtractSaturated(Words a, Words b) { return {_mm_subs_epu16(a.v, b.v)}; }
+
+inline Floats Add(Floats a, Floats b) { return {_mm_add_ps(a.v, b.v)}; }
+inline Floats Subtract(Floats a, Floats b) { return {_mm_sub_ps(a.v, b.v)}; }
+inline Floats Multiply(Floats a, Floats b) { return {_mm_mul_ps(a.v, b.v)}; }
+inline Floats Divide(Floats a, Floats b) { return {_mm_div_ps(a.v, b.v)}; }
+// The second operand where either is NaN.
+inline Floats Min(Floats a, Floats b) { return {_mm_min_ps(a.v, b.v)}; }
+inline Floats ZeroWhereZero(Floats a, Floats b) {
+  return {_mm_andnot_ps(_mm_cmpeq_ps(b.v, _mm_setzero_ps()), a.v)};
+}
+
+inline __m128i ToNearest(Floats a) { return _mm_cvtps_epi32(a.v); }
+inline __m128i Truncate(Floats a) { return _mm_cvttps_epi32(a.v); }
+
+// The lanes of the parts are those of unpacking; Narrow undoes them.
+struct BytesAsFloats {
+  Floats part[4];
+};
+struct WordsAsFloats {
+  Floats part[2];
+};
+
+inline WordsAsFloats Widen(Words a) {
+  const __m128i zero = _mm_setzero_si128();
+  return {{{_mm_cvtepi32_ps(_mm_unpacklo_epi16(a.v, zero))},
+           {_mm_cvtepi32_ps(_mm_unpackhi_epi16(a.v, zero))}}};
+}
+inline BytesAsFloats Widen(Bytes a) {
+  const __m128i zero = _mm_setzero_si128();
+  const WordsAsFloats low = Widen(Words{_mm_unpacklo_epi8(a.v, zero)});
+  const WordsAsFloats high = Widen(Words{_mm_unpackhi_epi8(a.v, zero)});
+  return {{low.part[0], low.part[1], high.part[0], high.part[1]}};
+}
+
+// Integers below 0 become 0.
+inline Words Narrow(__m128i a, __m128i b) { return {_mm_packus_epi32(a, b)}; }
+inline Bytes Narrow(__m128i a, __m128i b, __m128i c, __m128i d) {
+  return {_mm_packus_epi16(Narrow(a, b).v, Narrow(c, d).v)};
+}

@@ -1,0 +1,60 @@
+#include "frame/result_matrix.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+namespace KELRA {
+namespace {
+
+std::ptrdiff_t RowBytes(const cv::Mat& mat) {
+  return static_cast<std::ptrdiff_t>(mat.elemSize()) * mat.cols;
+}
+
+// Bytes from row to row; a single row has none, whatever the header says.
+std::ptrdiff_t RowStep(const cv::Mat& mat) {
+  return mat.rows > 1 ? static_cast<std::ptrdiff_t>(mat.step[0]) : 0;
+}
+
+}  // namespace
+
+cv::Mat ResultMatrix(const cv::Mat& output, cv::Size size, int type) {
+  if (output.dims <= 2 && output.data != nullptr && output.size() == size &&
+      output.type() == type) {
+    return output;
+  }
+  return cv::Mat(size, type);
+}
+
+bool SharesPixels(const cv::Mat& a, const cv::Mat& b) {
+  if (a.empty() || b.empty()) {
+    return false;
+  }
+  const auto begin_a = reinterpret_cast<std::uintptr_t>(a.data);
+  const auto begin_b = reinterpret_cast<std::uintptr_t>(b.data);
+  if (begin_b < begin_a) {
+    return SharesPixels(b, a);
+  }
+  const auto distance = static_cast<std::ptrdiff_t>(begin_b - begin_a);
+  if (distance >= RowStep(a) * (a.rows - 1) + RowBytes(a)) {
+    return false;
+  }
+  const std::ptrdiff_t step = RowStep(a) != 0 ? RowStep(a) : RowStep(b);
+  if (step == 0 || (RowStep(b) != 0 && RowStep(b) != step)) {
+    return true;
+  }
+  // Both lie on one grid of rows: b begins `column` bytes into a row of a, or in the gap behind it.
+  const std::ptrdiff_t row = distance / step;
+  const std::ptrdiff_t column = distance % step;
+  const bool in_same_row = column < RowBytes(a) && row < a.rows;
+  const bool in_next_row = column + RowBytes(b) > step && row + 1 < a.rows;
+  return in_same_row || in_next_row;
+}
+
+bool CanWriteWhileReading(const cv::Mat& result, const cv::Mat& input) {
+  const bool same = result.data == input.data && RowStep(result) == RowStep(input) &&
+                    result.size() == input.size() && result.type() == input.type();
+  return same || !SharesPixels(result, input);
+}
+
+}  // namespace KELRA

@@ -1,0 +1,39 @@
+#include "frame/row_engine.h"
+
+#include <tbb/parallel_for.h>
+#include <tbb/partitioner.h>
+#include <tbb/task_group.h>
+
+#include <algorithm>
+
+#include "frame/load_time_state.h"
+
+namespace KELRA {
+namespace {
+
+// Work below this takes one thread some microseconds, about what waking a second one takes.
+constexpr std::size_t kSerialBytes = 128 * 1024;
+
+}  // namespace
+
+void ForEachRowRange(int rows, std::size_t bytes, FunctionRef<void(const RowRange&)> body) {
+  if (rows <= 0) {
+    return;
+  }
+  const int parallel = LoadedSettings().parallel;
+  const int grain = parallel < 1 ? 1 : std::max(1, rows / parallel);
+  if (bytes < kSerialBytes || grain >= rows) {
+    body(RowRange(0, rows));
+    return;
+  }
+  const RowRange range(0, rows, static_cast<std::size_t>(grain));
+  if (parallel < 1) {
+    tbb::parallel_for(range, body, tbb::auto_partitioner());
+  } else {
+    // A context of its own: the caller's cancellation does not leave rows unwritten.
+    tbb::task_group_context context(tbb::task_group_context::isolated);
+    tbb::parallel_for(range, body, tbb::auto_partitioner(), context);
+  }
+}
+
+}  // namespace KELRA

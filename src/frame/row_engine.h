@@ -1,0 +1,22 @@
+// Runs row bodies over the rows of an image, in parallel where it pays.
+#pragma once
+
+#include <tbb/blocked_range.h>
+
+#include <cstddef>
+
+#include "frame/function_ref.h"
+
+namespace KELRA {
+
+using RowRange = tbb::blocked_range<int>;
+
+// Calls `body` on ranges that together cover the rows [0, rows) exactly once, and returns when all
+// are done. `bytes` is what the body reads and writes over all rows.
+//
+// Little work runs on the calling thread: starting a parallel loop would take longer. Otherwise the
+// parallel setting N gives the smallest range split off, rows / N but at least 1; an N below 1
+// gives 1. What the body throws passes to the caller.
+void ForEachRowRange(int rows, std::size_t bytes, FunctionRef<void(const RowRange&)> body);
+
+}  // namespace KELRA
