@@ -30,7 +30,8 @@ enum KelImageType : int {
 };
 
 // An image: one matrix, rows of interleaved samples. Copying an image shares its pixels, as copying
-// a cv::Mat does; `DeepCopy` does not. A matrix of more than two dimensions counts as empty.
+// a cv::Mat does; `DeepCopy` does not. A matrix of more than two dimensions has no width and height
+// and so counts as empty.
 class KELDATA_API KelImage {
  public:
   KelImage();                             // empty
@@ -39,8 +40,8 @@ class KELDATA_API KelImage {
   KelImage& operator=(const KelImage& other);
   ~KelImage();
 
-  int Width() const;     // columns; 0 when empty
-  int Height() const;    // rows; 0 when empty
+  int Width() const;     // columns of the matrix
+  int Height() const;    // rows of the matrix
   int Channels() const;  // samples per pixel
   KelImageType BitDepth() const;
   void* ImageData() const;  // first byte of the first row; null when empty
@@ -74,7 +75,7 @@ struct KelRun {
 
 // An ordered sequence of values, instantiated for the element types below.
 template <class T>
-class KelArray {
+class KELDATA_API KelArray {
  public:
   KelArray();
   KelArray(std::initializer_list<T> values);
@@ -119,13 +120,16 @@ class KELDATA_API KelVar {
 };
 
 // A run-length region on a grid of Width() x Height() pixels. Runs are kept as appended: they may
-// overlap, come in any order and lie partly or wholly outside the grid.
+// overlap, come in any order and lie partly or wholly outside the grid. A negative size counts
+// as 0.
 class KELDATA_API KelRegion {
  public:
   KelRegion();
   KelRegion(int width, int height);
   KelRegion(const KelRegion& other);
+  KelRegion(KelRegion&& other) noexcept;
   KelRegion& operator=(const KelRegion& other);
+  KelRegion& operator=(KelRegion&& other) noexcept;
   ~KelRegion();
 
   int Width() const;
@@ -145,10 +149,10 @@ using KelVarArray = KelArray<KelVar>;
 using KelRegionArray = KelArray<KelRegion>;
 
 #if !defined(KelData_EXPORTS)
-extern template class KELDATA_API KelArray<KelPoint>;
-extern template class KELDATA_API KelArray<KelImage>;
-extern template class KELDATA_API KelArray<KelVar>;
-extern template class KELDATA_API KelArray<KelRegion>;
+extern template class KelArray<KelPoint>;
+extern template class KelArray<KelImage>;
+extern template class KelArray<KelVar>;
+extern template class KelArray<KelRegion>;
 #endif
 
 // Kinds of regions of interest. Point, line, polyline and arc have no area: no operation accepts
