@@ -20,20 +20,29 @@ inline constexpr KelLong KEL_ROI_ERR_KIND = 13000002;     // the kind has no geo
 inline constexpr KelLong KEL_ROI_ERR_OUTSIDE = 13000003;  // the shape covers no pixel of the image
 inline constexpr KelLong KEL_ROI_ERR_PART = 13000004;     // the part does not fit the shape's box
 inline constexpr KelLong KEL_ROI_ERR_OUTPUT = 13000005;   // the output pointer is null
+inline constexpr KelLong KEL_ROI_ERR_MEMORY = 13000006;   // the result does not fit in memory
 
+// Which pixels a shape covers: see KelROI; the whole image counts as the shape of all its pixels.
+//
+// Every method reads and writes images of any depth and channel count, also parts of larger
+// matrices. The result is a new matrix that owns its pixels, so the output may be one of the inputs
+// or share memory with it; after a failure it is as the caller passed it. Nothing is thrown.
+// Statuses, in the order of the checks: KEL_ROI_ERR_OUTPUT, KEL_ROI_ERR_IMAGE, KEL_ROI_ERR_KIND,
+// KEL_ROI_ERR_OUTSIDE, KEL_ROI_ERR_PART; KEL_ROI_ERR_MEMORY whenever an allocation fails. An object
+// has no state: calls may run concurrently on one.
 class KELROIDATACONVERT_API KelROIDataConvert {
  public:
   KelROIDataConvert();
   ~KelROIDataConvert();
 
-  // Cuts the shape's bounding box out of `image`, itself cut at the image's edges; pixels of the
-  // box outside the shape become `fill`, or keep the image's values when `clip` is 0. `out` owns
-  // its pixels.
+  // Cuts the shape's bounding box out of `image`, itself cut at the image's edges; samples of the
+  // box outside the shape become `fill`, cut to the range of the depth (NaN gives 0), or keep the
+  // image's values when `clip` is 0.
   KelLong ROIImageExtraction(cv::Mat& image, KelROI& roi, cv::Mat* out, int clip, double fill);
 
   // Writes a copy of `image` into `out` in which the pixels inside the shape come from `part`, a
   // matrix of the size that the extraction returns and of the image's type; with `masked` 0 the
-  // whole box comes from it. `out` may be `image`.
+  // whole box comes from it.
   KelLong ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI& roi, cv::Mat* out, int masked);
 
   // Writes an 8-bit mask of the image's size: 255 inside the shape and 0 outside, the other way

@@ -1,0 +1,248 @@
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <exception>
+#include <limits>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "KELRA/KelROIDataConvert.h"
+#include "rasterize.h"
+#include "rim.h"
+
+namespace KELRA {
+namespace {
+
+// Runs `work`, which returns a status and can fail otherwise only for want of memory: OpenCV and
+// the standard library throw then.
+template <class Work>
+KelLong WithoutExceptions(Work work) {
+  try {
+    return work();
+  } catch (const std::exception&) {
+    return KEL_ROI_ERR_MEMORY;
+  }
+}
+
+KelRectangleShape ShapeOf(const cv::Rect& box) {
+  return {static_cast<double>(box.x), static_cast<double>(box.y), static_cast<double>(box.width),
+          static_cast<double>(box.height)};
+}
+
+// The pixels of `image` that `roi` covers, at least one of them, or the reason why there are none.
+KelLong CoveredPixels(const cv::Mat& image, const KelROI& roi, PixelRuns* covered) {
+  if (image.empty() || image.dims > 2) {
+    return KEL_ROI_ERR_IMAGE;
+  }
+  if (roi.ROIType() == KEL_ROI_WHOLE_IMAGE) {
+    *covered = Rasterize(
+        KelRectangleShape{0, 0, static_cast<double>(image.cols), static_cast<double>(image.rows)},
+        image.size());
+    return 0;
+  }
+  if (std::holds_alternative<std::monostate>(roi.Shape())) {
+    return KEL_ROI_ERR_KIND;
+  }
+  *covered = Rasterize(roi.Shape(), image.size());
+  return covered->runs.empty() ? KEL_ROI_ERR_OUTSIDE : 0;
+}
+
+template <class Sample>
+double CutTo(double value) {
+  return std::clamp(value, static_cast<double>(std::numeric_limits<Sample>::min()),
+                    static_cast<double>(std::numeric_limits<Sample>::max()));
+}
+
+// The value as a sample of the depth; OpenCV's own conversion wraps around beyond 32 bits.
+double CutToDepth(double value, int depth) {
+  if (depth > CV_32S) {
+    return value;
+  }
+  if (std::isnan(value)) {
+    return 0;
+  }
+  switch (depth) {
+    case CV_8U:
+      return CutTo<uchar>(value);
+    case CV_8S:
+      return CutTo<schar>(value);
+    case CV_16U:
+      return CutTo<ushort>(value);
+    case CV_16S:
+      return CutTo<short>(value);
+    default:
+      return CutTo<int>(value);
+  }
+}
+
+// `pixels` pixels of the image's type, every sample of which is `value`.
+std::vector<uchar> FilledRow(int type, int pixels, double value) {
+  const cv::Mat sample(1, 1, CV_MAKETYPE(CV_MAT_DEPTH(type), 1),
+                       cv::Scalar(CutToDepth(value, CV_MAT_DEPTH(type))));
+  std::vector<uchar> row(CV_ELEM_SIZE(type) * static_cast<std::size_t>(pixels));
+  std::memcpy(row.data(), sample.data, sample.elemSize());
+  for (std::size_t filled = sample.elemSize(); filled < row.size();) {
+    const std::size_t more = std::min(filled, row.size() - filled);
+    std::memcpy(row.data() + filled, row.data(), more);
+    filled += more;
+  }
+  return row;
+}
+
+// Walks the columns [first, end) of a row from left to right and calls `inside(column, count)` for
+// its runs and `outside(column, count)` for what lies between and beside them. `run` is the first
+// run of this or a later row, and is moved behind those of this row.
+template <class Inside, class Outside>
+void WalkRow(int row, int first, int end, std::vector<KelRun>::const_iterator& run,
+             std::vector<KelRun>::const_iterator runsEnd, Inside inside, Outside outside) {
+  for (; run != runsEnd && run->row == row; ++run) {
+    if (first < run->firstColumn) {
+      outside(first, run->firstColumn - first);
+    }
+    first = run->lastColumn + 1;
+    inside(run->firstColumn, first - run->firstColumn);
+  }
+  if (first < end) {
+    outside(first, end - first);
+  }
+}
+
+// The box of `image`, filled beside the runs.
+cv::Mat CutOut(const cv::Mat& image, const PixelRuns& covered, double fill) {
+  const cv::Rect& box = covered.box;
+  const std::vector<uchar> filling = FilledRow(image.type(), box.width, fill);
+  const std::size_t pixelSize = image.elemSize();
+  cv::Mat cut(box.size(), image.type());
+  auto run = covered.runs.begin();
+  for (int row = box.y; row < box.y + box.height; ++row) {
+    const uchar* from = image.ptr(row, box.x);
+    uchar* to = cut.ptr(row - box.y);
+    const auto offset = [&](int column) {
+      return static_cast<std::size_t>(column - box.x) * pixelSize;
+    };
+    const auto bytes = [&](int count) { return static_cast<std::size_t>(count) * pixelSize; };
+    WalkRow(
+        row, box.x, box.x + box.width, run, covered.runs.end(),
+        [&](int column, int count) {
+          std::memcpy(to + offset(column), from + offset(column), bytes(count));
+        },
+        [&](int column, int count) {
+          std::memcpy(to + offset(column), filling.data(), bytes(count));
+        });
+  }
+  return cut;
+}
+
+void CopyRows(const cv::Mat& from, int first, int end, cv::Mat& to) {
+  const std::size_t rowSize = static_cast<std::size_t>(from.cols) * from.elemSize();
+  if (from.isContinuous() && first < end) {
+    std::memcpy(to.ptr(first), from.ptr(first), rowSize * static_cast<std::size_t>(end - first));
+    return;
+  }
+  for (int row = first; row < end; ++row) {
+    std::memcpy(to.ptr(row), from.ptr(row), rowSize);
+  }
+}
+
+// `image` with the pixels on the runs taken from `part`, the content of the box. Every byte of the
+// result is written once.
+cv::Mat PutBack(const cv::Mat& image, const cv::Mat& part, const PixelRuns& covered) {
+  const cv::Rect& box = covered.box;
+  const std::size_t pixelSize = image.elemSize();
+  cv::Mat restored(image.size(), image.type());
+  CopyRows(image, 0, box.y, restored);
+  auto run = covered.runs.begin();
+  for (int row = box.y; row < box.y + box.height; ++row) {
+    const uchar* fromImage = image.ptr(row);
+    const uchar* fromPart = part.ptr(row - box.y);
+    uchar* to = restored.ptr(row);
+    const auto bytes = [&](int count) { return static_cast<std::size_t>(count) * pixelSize; };
+    WalkRow(
+        row, 0, image.cols, run, covered.runs.end(),
+        [&](int column, int count) {
+          std::memcpy(to + bytes(column), fromPart + bytes(column - box.x), bytes(count));
+        },
+        [&](int column, int count) {
+          std::memcpy(to + bytes(column), fromImage + bytes(column), bytes(count));
+        });
+  }
+  CopyRows(image, box.y + box.height, image.rows, restored);
+  return restored;
+}
+
+cv::Mat MaskOf(const std::vector<KelRun>& runs, cv::Size size, uchar inside, uchar outside) {
+  cv::Mat mask(size, CV_8UC1);
+  auto run = runs.begin();
+  for (int row = 0; row < size.height; ++row) {
+    uchar* to = mask.ptr(row);
+    const auto paintedWith = [&](uchar value) {
+      return [to, value](int column, int count) {
+        std::memset(to + column, value, static_cast<std::size_t>(count));
+      };
+    };
+    WalkRow(row, 0, size.width, run, runs.end(), paintedWith(inside), paintedWith(outside));
+  }
+  return mask;
+}
+
+}  // namespace
+
+KelROIDataConvert::KelROIDataConvert() = default;
+KelROIDataConvert::~KelROIDataConvert() = default;
+
+KelLong KelROIDataConvert::ROIImageExtraction(cv::Mat& image, KelROI& roi, cv::Mat* out, int clip,
+                                              double fill) {
+  if (out == nullptr) {
+    return KEL_ROI_ERR_OUTPUT;
+  }
+  return WithoutExceptions([&]() -> KelLong {
+    PixelRuns covered;
+    if (const KelLong status = CoveredPixels(image, roi, &covered); status != 0) {
+      return status;
+    }
+    const bool whole = clip == 0 || covered.FillsBox();
+    *out = whole ? image(covered.box).clone() : CutOut(image, covered, fill);
+    return 0;
+  });
+}
+
+KelLong KelROIDataConvert::ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI& roi, cv::Mat* out,
+                                           int masked) {
+  if (out == nullptr) {
+    return KEL_ROI_ERR_OUTPUT;
+  }
+  return WithoutExceptions([&]() -> KelLong {
+    PixelRuns covered;
+    if (const KelLong status = CoveredPixels(image, roi, &covered); status != 0) {
+      return status;
+    }
+    if (part.dims > 2 || part.size() != covered.box.size() || part.type() != image.type()) {
+      return KEL_ROI_ERR_PART;
+    }
+    if (masked == 0) {
+      covered = Rasterize(ShapeOf(covered.box), image.size());
+    }
+    *out = PutBack(image, part, covered);
+    return 0;
+  });
+}
+
+KelLong KelROIDataConvert::GenMaskImage(cv::Mat& image, KelROI& roi, cv::Mat* mask, int filled,
+                                        int inverted) {
+  if (mask == nullptr) {
+    return KEL_ROI_ERR_OUTPUT;
+  }
+  return WithoutExceptions([&]() -> KelLong {
+    PixelRuns covered;
+    if (const KelLong status = CoveredPixels(image, roi, &covered); status != 0) {
+      return status;
+    }
+    const std::vector<KelRun> runs = filled != 0 ? std::move(covered.runs) : RimOf(covered.runs);
+    *mask = MaskOf(runs, image.size(), inverted != 0 ? 0 : 255, inverted != 0 ? 255 : 0);
+    return 0;
+  });
+}
+
+}  // namespace KELRA
