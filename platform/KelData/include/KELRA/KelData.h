@@ -54,7 +54,8 @@ class KELDATA_API KelImage {
   cv::Mat mat_;
 };
 
-struct KelPoint {
+// Exported like the classes: with GCC an array of a hidden type would be hidden itself.
+struct KELDATA_API KelPoint {
   double x = 0;
   double y = 0;
 };
