@@ -17,10 +17,21 @@ cv::Mat TemplateOf(const KelImage& src, MaskTemplate kind) {
 CallFrame::CallFrame(const FramePolicy& policy, cv::Mat* buffer)
     : policy_(policy), buffer_(buffer), log_(policy.lines) {}
 
-void CallFrame::BindBufferNow(const KelImage& src, KelImage* dst) {
-  input_ = src;
+void CallFrame::KeepInput(KelImage& src, KelImage* dst) {
+  if (input_ != nullptr) {
+    return;
+  }
+  input_ = &src;
+  if (dst == &src) {
+    header_ = src;
+    input_ = &header_;
+  }
+}
+
+void CallFrame::BindBufferNow(KelImage& src, KelImage* dst) {
+  KeepInput(src, dst);
   if (buffer_ != nullptr && LoadedSettings().efficiency != 0) {
-    bound_.Bind(*buffer_, input_, dst);
+    bound_.Bind(*buffer_, *input_, dst);
   }
 }
 
@@ -28,12 +39,11 @@ Status CallFrame::Run(KelImage& src, KelROI& roi, KelImage* dst, Work work) {
   if (dst == nullptr) {
     return ERR_IMAGE_EMPTY;
   }
+  KeepInput(src, dst);
   const KelROIType kind = roi.ROIType();
   if (policy_.bind_buffer == BindBuffer::kAlways ||
       (policy_.bind_buffer == BindBuffer::kUnlessWholeImage && kind != KEL_ROI_WHOLE_IMAGE)) {
     BindBufferNow(src, dst);
-  } else if (policy_.bind_buffer != BindBuffer::kBeforeRegionCheck) {
-    input_ = src;
   }
   switch (kind) {
     case KEL_ROI_WHOLE_IMAGE:
@@ -46,7 +56,7 @@ Status CallFrame::Run(KelImage& src, KelROI& roi, KelImage* dst, Work work) {
 }
 
 Status CallFrame::RunOnWholeImage(KelImage* dst, Work work) {
-  const Status status = work(input_, dst);
+  const Status status = work(*input_, dst);
   if (status.ok()) {
     bound_.MarkOverwritten();
   }
@@ -56,27 +66,27 @@ Status CallFrame::RunOnWholeImage(KelImage* dst, Work work) {
 Status CallFrame::RunUnderMask(KelROI& roi, KelImage* dst, Work work) {
   KelImage separate;
   const bool use_separate = policy_.shared_output == SharedOutput::kAsIfSeparate &&
-                            SharesPixels(input_.Mat(), dst->Mat());
+                            SharesPixels(input_->Mat(), dst->Mat());
   KelImage* result = use_separate ? &separate : dst;
-  if (const Status status = work(input_, result); !status.ok()) {
+  if (const Status status = work(*input_, result); !status.ok()) {
     return Fail(Fallback::kMaskedWork, status, dst);
   }
   bound_.MarkOverwritten();
   dst->Mat() = result->Mat();
   cv::Mat mask;
-  cv::Mat mask_template = TemplateOf(input_, policy_.mask_template);
+  cv::Mat mask_template = TemplateOf(*input_, policy_.mask_template);
   if (const Status status = RegionConverter().GenMaskImage(mask_template, roi, &mask, 1, 0);
       !status.ok()) {
     return Fail(Fallback::kMask, status, dst);
   }
   const cv::Mat outside = 255.0 - mask;
-  input_.Mat().copyTo(dst->Mat(), outside);
+  input_->Mat().copyTo(dst->Mat(), outside);
   return STATUS_OK;
 }
 
 Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
   cv::Mat cut;
-  if (const Status status = RegionConverter().ROIImageExtraction(input_.Mat(), roi, &cut, 1, 0.0);
+  if (const Status status = RegionConverter().ROIImageExtraction(input_->Mat(), roi, &cut, 1, 0.0);
       !status.ok()) {
     return Fail(Fallback::kExtraction, status, dst);
   }
@@ -88,7 +98,7 @@ Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
   cv::Mat restored;
   cv::Mat changed_part = part_result.Mat();
   const Status status =
-      RegionConverter().ROIImageRestore(input_.Mat(), changed_part, roi, &restored, 1);
+      RegionConverter().ROIImageRestore(input_->Mat(), changed_part, roi, &restored, 1);
   const AfterRestore after = policy_.after_restore;
   if (status.ok() || after != AfterRestore::kOnlyOnSuccess) {
     dst->Mat() = restored;
@@ -105,7 +115,7 @@ Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
 
 Status CallFrame::Fail(Fallback step, Status status, KelImage* dst) {
   if (Includes(policy_.fallback, step)) {
-    *dst = input_.DeepCopy();
+    *dst = input_->DeepCopy();
   }
   return status;
 }

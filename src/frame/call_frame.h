@@ -80,7 +80,7 @@ class CallFrame {
   explicit CallFrame(const FramePolicy& policy, cv::Mat* buffer = nullptr);
 
   // In efficiency mode binds the buffer to the output, which may be the input.
-  void BindBufferNow(const KelImage& src, KelImage* dst);
+  void BindBufferNow(KelImage& src, KelImage* dst);
 
   // Runs the work on the path of the region's kind, which has been checked.
   Status Run(KelImage& src, KelROI& roi, KelImage* dst, Work work);
@@ -89,6 +89,7 @@ class CallFrame {
   Status RunOnWholeImage(KelImage* dst, Work work);
   Status RunUnderMask(KelROI& roi, KelImage* dst, Work work);
   Status RunOnPart(KelROI& roi, KelImage* dst, Work work);
+  void KeepInput(KelImage& src, KelImage* dst);
   // Applies the policy's fallback for the failed step and returns its status.
   Status Fail(Fallback step, Status status, KelImage* dst);
 
@@ -96,8 +97,10 @@ class CallFrame {
   cv::Mat* buffer_;
   CallLog log_;
   BoundBuffer bound_;
-  // Keeps the input's pixels when the output is the same object and gets another matrix.
-  KelImage input_;
+  // The input; a header of its pixels when the output is the same object, whose matrix the call
+  // replaces.
+  KelImage* input_ = nullptr;
+  KelImage header_;
 };
 
 }  // namespace KELRA

@@ -3,8 +3,8 @@
 namespace KELRA {
 
 Status CheckNotEmpty(const KelImage& image) {
-  const bool empty = image.Width() == 0 || image.Height() == 0 || image.Mat().empty();
-  return empty ? ERR_IMAGE_EMPTY : STATUS_OK;
+  const cv::Mat& mat = image.Mat();
+  return mat.dims > 2 || mat.empty() ? ERR_IMAGE_EMPTY : STATUS_OK;
 }
 
 Status CheckBitDepth(const KelImage& image) {

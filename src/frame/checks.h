@@ -12,7 +12,7 @@ inline bool HasOneOrThreeChannels(const cv::Mat& mat) { return (mat.type() & 0xF
 // The largest sample of a supported depth.
 inline int LargestSample(KelImageType depth) { return depth == KEL_8U ? 255 : 65535; }
 
-// ERR_IMAGE_EMPTY: width times height is 0, or the matrix is empty.
+// ERR_IMAGE_EMPTY: width times height is 0, or the matrix has more than two dimensions.
 Status CheckNotEmpty(const KelImage& image);
 // ERR_BIT_DEPTH: neither 8-bit nor 16-bit unsigned.
 Status CheckBitDepth(const KelImage& image);

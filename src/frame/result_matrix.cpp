@@ -51,10 +51,22 @@ bool SharesPixels(const cv::Mat& a, const cv::Mat& b) {
   return in_same_row || in_next_row;
 }
 
-bool CanWriteWhileReading(const cv::Mat& result, const cv::Mat& input) {
+const cv::Mat& InputToReadWhileWriting(const cv::Mat& result, const cv::Mat& input, cv::Mat* copy) {
   const bool same = result.data == input.data && RowStep(result) == RowStep(input) &&
                     result.size() == input.size() && result.type() == input.type();
-  return same || !SharesPixels(result, input);
+  if (same || !SharesPixels(result, input)) {
+    return input;
+  }
+  *copy = input.clone();
+  return *copy;
+}
+
+void AssignResult(const cv::Mat& result, KelImage* output) {
+  // A result written in place is there already; counting its references would cost more than a
+  // small image.
+  if (output->Mat().data != result.data) {
+    output->Mat() = result;
+  }
 }
 
 }  // namespace KELRA

@@ -3,6 +3,8 @@
 
 #include <opencv2/core.hpp>
 
+#include "KELRA/KelData.h"
+
 namespace KELRA {
 
 // The output's own matrix when it has the given size and type, so that it is written in place;
@@ -13,8 +15,12 @@ cv::Mat ResultMatrix(const cv::Mat& output, cv::Size size, int type);
 // count as sharing.
 bool SharesPixels(const cv::Mat& a, const cv::Mat& b);
 
-// Whether an operation that computes each pixel from the same pixel of `input` may write into
-// `result`: they are apart, or one and the same.
-bool CanWriteWhileReading(const cv::Mat& result, const cv::Mat& input);
+// The matrix to read by an operation that computes each pixel of `result` from the same pixel of
+// `input`: the input itself where they are apart or one and the same, otherwise a copy of it that
+// is made in `copy`.
+const cv::Mat& InputToReadWhileWriting(const cv::Mat& result, const cv::Mat& input, cv::Mat* copy);
+
+// Makes `result` the output's matrix.
+void AssignResult(const cv::Mat& result, KelImage* output);
 
 }  // namespace KELRA

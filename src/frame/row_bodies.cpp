@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <type_traits>
 
 namespace KELRA::tbbup {
 namespace {
@@ -11,8 +10,11 @@ using kernels::Extent;
 using kernels::Linear;
 using kernels::Rows;
 
-template <class Sample>
-using Unqualified = std::remove_const_t<Sample>;
+// A header that does not count as a reference: the launcher's caller holds the pixels while the
+// body lives.
+cv::Mat HeaderOf(const cv::Mat& mat) {
+  return cv::Mat(mat.rows, mat.cols, mat.type(), mat.data, mat.step[0]);
+}
 
 // Pixels of a vector block; what exceeds a multiple of them is a row's tail.
 template <class Sample>
@@ -71,7 +73,11 @@ template <class Sample, int Channels>
 BlockwiseConstant<Sample, Channels>::BlockwiseConstant(cv::Mat* output, const cv::Mat& input,
                                                        OperationCode code, int constant,
                                                        float scale, float offset)
-    : output_(output), input_(input), code_(code), constant_(constant), linear_{scale, offset} {
+    : output_(output),
+      input_(HeaderOf(input)),
+      code_(code),
+      constant_(constant),
+      linear_{scale, offset} {
   CV_DbgAssert(input.channels() == Channels);
 }
 
@@ -91,7 +97,7 @@ void BlockwiseConstant<Sample, Channels>::operator()(const RowRange& rows) const
 template <class Sample>
 PlainConstant<Sample>::PlainConstant(cv::Mat* output, const cv::Mat& input, int constant,
                                      float scale, float offset)
-    : output_(output), input_(input), constant_(constant), linear_{scale, offset} {}
+    : output_(output), input_(HeaderOf(input)), constant_(constant), linear_{scale, offset} {}
 
 template <class Sample>
 void PlainConstant<Sample>::operator()(const RowRange& rows) const {
@@ -104,7 +110,11 @@ template <class Sample, int Channels>
 BlockwiseImages<Sample, Channels>::BlockwiseImages(cv::Mat* output, const cv::Mat& input,
                                                    const cv::Mat& second, OperationCode code,
                                                    float scale, float offset)
-    : output_(output), input_(input), second_(second), code_(code), linear_{scale, offset} {
+    : output_(output),
+      input_(HeaderOf(input)),
+      second_(HeaderOf(second)),
+      code_(code),
+      linear_{scale, offset} {
   CV_DbgAssert(input.channels() == Channels);
 }
 
@@ -125,7 +135,7 @@ void BlockwiseImages<Sample, Channels>::operator()(const RowRange& rows) const {
 template <class Sample>
 PlainImages<Sample>::PlainImages(cv::Mat* output, const cv::Mat& input, const cv::Mat& second,
                                  float scale, float offset)
-    : output_(output), input_(input), second_(second), linear_{scale, offset} {}
+    : output_(output), input_(HeaderOf(input)), second_(HeaderOf(second)), linear_{scale, offset} {}
 
 template <class Sample>
 void PlainImages<Sample>::operator()(const RowRange& rows) const {

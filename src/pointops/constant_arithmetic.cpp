@@ -59,17 +59,15 @@ Status ConstantArithmetic(const KelImage& src, KelImage* dst, Arithmetic code, i
   KELRA_RETURN_IF_ERROR(CheckNotEmpty(src));
   KELRA_RETURN_IF_ERROR(CheckChannels(src));
 
-  cv::Mat input = src.Mat();
-  cv::Mat result = ResultMatrix(dst->Mat(), input.size(), input.type());
-  if (!CanWriteWhileReading(result, input)) {
-    input = input.clone();
-  }
+  cv::Mat result = ResultMatrix(dst->Mat(), src.Mat().size(), src.Mat().type());
+  cv::Mat copy;
+  const cv::Mat& input = InputToReadWhileWriting(result, src.Mat(), &copy);
   if (input.depth() == CV_8U) {
     LaunchArithmetic<std::uint8_t>(&result, input, code, value, scale, offset);
   } else {
     LaunchArithmetic<std::uint16_t>(&result, input, code, value, scale, offset);
   }
-  dst->Mat() = result;
+  AssignResult(result, dst);
   log.Exit();
   return STATUS_OK;
 }

@@ -28,8 +28,12 @@ bool SystemSaves(unsigned long long state) {
   return (Query(1).ecx & kXsaveInUse) != 0 && (_xgetbv(0) & state) == state;
 }
 
-bool HasAvx2() { return SystemSaves(0x6) && (Query(7).ebx & (1 << 5)) != 0; }
+// With fused multiply-add.
+bool HasAvx2() {
+  return SystemSaves(0x6) && (Query(7).ebx & (1 << 5)) != 0 && (Query(1).ecx & (1 << 12)) != 0;
+}
 
+// The foundation, bytes and words, and vector lengths.
 bool HasAvx512() {
   constexpr unsigned kFoundationBytesAndLengths = 1U << 16 | 1U << 30 | 1U << 31;
   const auto features = static_cast<unsigned>(Query(7).ebx);
@@ -38,12 +42,15 @@ bool HasAvx512() {
 
 #else
 
-bool HasAvx2() { return __builtin_cpu_supports("avx2"); }
+// With fused multiply-add.
+bool HasAvx2() { return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"); }
 
 bool HasAvx512() {
   return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
          __builtin_cpu_supports("avx512vl");
 }
+
+bool HasAvx512Vbmi() { return HasAvx512() && __builtin_cpu_supports("avx512vbmi"); }
 
 #endif
 
@@ -58,6 +65,9 @@ std::vector<const RowKernels*> FindSupported() {
   }
   if (HasAvx512()) {
     supported.push_back(&avx512::kRowKernels);
+  }
+  if (HasAvx512Vbmi()) {
+    supported.push_back(&avx512vbmi::kRowKernels);
   }
   return supported;
 }

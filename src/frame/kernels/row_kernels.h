@@ -87,6 +87,9 @@ extern const RowKernels kRowKernels;
 namespace avx512 {
 extern const RowKernels kRowKernels;
 }
+namespace avx512vbmi {
+extern const RowKernels kRowKernels;
+}
 
 // All that this processor can run, the narrowest first.
 std::span<const RowKernels* const> SupportedRowKernels();

@@ -1,18 +1,83 @@
 // The row kernels in terms of the vector operations of the instruction set that includes this.
 //
-// A formula gives the value of one vector and of one sample side by side; Walk applies it to rows.
+// A formula gives its value for one vector and for one sample side by side; Walk applies it to
+// rows. A scaled formula is made of a term, the operation's own (t = s op o), and of a finish,
+// which makes samples of t * scale + offset.
+
+// Samples are widened with this bias to keep their values.
+inline constexpr float kNoShift = 8388608.0F;
 
 template <class Sample>
 inline constexpr float kLimit = sizeof(Sample) == 1 ? 255.0F : 65535.0F;
 
-// A value that is being rounded is at most the limit here, so the integer is right, or it is
-// negative, or the smallest of all for NaN and for what lies below the range: the packing then
-// gives 0.
-template <class Sample>
-inline Floats AtMostLimit(Floats y) {
-  return Min(Set(kLimit<Sample>), y);
-}
+// Terms of a sample and a constant. The vector form takes samples that have been widened with the
+// term's bias.
 
+struct PlusConstant {
+  float constant;
+
+  float Bias() const { return kNoShift - constant; }
+  Floats Vector(Floats sum) const { return sum; }
+  float Scalar(float s) const { return s + constant; }
+};
+
+struct MinusConstant {
+  float constant;
+
+  float Bias() const { return kNoShift + constant; }
+  Floats Vector(Floats difference) const { return difference; }
+  float Scalar(float s) const { return s - constant; }
+};
+
+struct TimesConstant {
+  float constant;
+  Floats constant_lanes = Set(constant);
+
+  float Bias() const { return kNoShift; }
+  Floats Vector(Floats s) const { return Multiply(s, constant_lanes); }
+  float Scalar(float s) const { return s * constant; }
+};
+
+struct DividedByConstant {
+  float constant;
+  Divisor divisor{constant};
+
+  float Bias() const { return kNoShift; }
+  Floats Vector(Floats s) const { return Divide(s, divisor); }
+  float Scalar(float s) const { return s / constant; }
+};
+
+// Terms of two samples, and the range of their values for samples up to `limit`.
+
+struct Sum {
+  static Floats Vector(Floats a, Floats b) { return Add(a, b); }
+  static float Scalar(float a, float b) { return a + b; }
+  static float Lowest(float) { return 0.0F; }
+  static float Highest(float limit) { return limit + limit; }
+};
+
+struct Difference {
+  static Floats Vector(Floats a, Floats b) { return Subtract(a, b); }
+  static float Scalar(float a, float b) { return a - b; }
+  static float Lowest(float limit) { return -limit; }
+  static float Highest(float limit) { return limit; }
+};
+
+struct Product {
+  static Floats Vector(Floats a, Floats b) { return Multiply(a, b); }
+  static float Scalar(float a, float b) { return a * b; }
+  static float Lowest(float) { return 0.0F; }
+  static float Highest(float limit) { return limit * limit; }
+};
+
+struct Quotient {
+  static Floats Vector(Floats a, Floats b) { return Divide(a, b); }
+  static float Scalar(float a, float b) { return a / b; }
+  static float Lowest(float) { return 0.0F; }
+  static float Highest(float limit) { return limit; }
+};
+
+// Clamps, and truncates toward zero; NaN gives 0.
 template <class Sample>
 inline Sample Saturate(float y) {
   if (y >= kLimit<Sample>) {
@@ -21,112 +86,102 @@ inline Sample Saturate(float y) {
   return y > 0.0F ? static_cast<Sample>(y) : Sample{0};
 }
 
-struct AddOp {
-  static Floats Apply(Floats s, Floats o) { return Add(s, o); }
-  static float Apply(float s, float o) { return s + o; }
-};
-struct SubtractOp {
-  static Floats Apply(Floats s, Floats o) { return Subtract(s, o); }
-  static float Apply(float s, float o) { return s - o; }
-};
-struct MultiplyOp {
-  static Floats Apply(Floats s, Floats o) { return Multiply(s, o); }
-  static float Apply(float s, float o) { return s * o; }
-};
-
-// (s op o) * scale + offset, rounded to nearest in vectors and truncated in the tail.
-template <class Sample, class Op>
-struct ScaledOp {
-  Floats scale_lanes;
-  Floats offset_lanes;
-  Linear linear;
-
-  explicit ScaledOp(Linear l) : scale_lanes(Set(l.scale)), offset_lanes(Set(l.offset)), linear(l) {}
-
-  auto Lanes(Floats s, Floats o) const {
-    const Floats y = Add(Multiply(Op::Apply(s, o), scale_lanes), offset_lanes);
-    return ToNearest(AtMostLimit<Sample>(y));
-  }
-  Sample Tail(float s, float o) const {
-    return Saturate<Sample>(Op::Apply(s, o) * linear.scale + linear.offset);
+// To the nearest integer, ties to even, in vectors; truncated in the tail.
+struct NearestInBlocks {
+  Floats Shifted(Floats y) const { return y; }
+  static auto Convert(Floats y) { return ToNearest(y); }
+  template <class Sample>
+  static Sample Tail(float y) {
+    return Saturate<Sample>(y);
   }
 };
 
-// s / o * scale + offset, rounded half up. The sum with 0.5 is formed in single precision: rounding
-// the exact sum to double first would not change it, as a double has more than twice the digits
-// (Figueroa, "When is double rounding innocuous?", 1995).
-template <class Sample>
-struct ScaledQuotient {
-  Floats scale_lanes;
-  Floats offset_lanes;
-  Floats half_lanes;
-  Linear linear;
+// Half up. The sum with 0.5 is formed in single precision: forming it in double and rounding that
+// would not change it, as a double has more than twice the digits (Figueroa, "When is double
+// rounding innocuous?", 1995).
+struct HalfUp {
+  Floats half_lanes = Set(0.5F);
 
-  explicit ScaledQuotient(Linear l)
-      : scale_lanes(Set(l.scale)), offset_lanes(Set(l.offset)), half_lanes(Set(0.5F)), linear(l) {}
-
-  Floats Rounded(Floats s, Floats o) const {
-    const Floats y = Add(Multiply(Divide(s, o), scale_lanes), offset_lanes);
-    return AtMostLimit<Sample>(Add(y, half_lanes));
-  }
-  auto Lanes(Floats s, Floats o) const { return Truncate(Rounded(s, o)); }
-  Sample Tail(float s, float o) const {
-    return Saturate<Sample>(s / o * linear.scale + linear.offset + 0.5F);
+  Floats Shifted(Floats y) const { return Add(y, half_lanes); }
+  static auto Convert(Floats y) { return Truncate(y); }
+  template <class Sample>
+  static Sample Tail(float y) {
+    return Saturate<Sample>(y + 0.5F);
   }
 };
 
-// As above; where the divisor is 0 the result is 0, whatever the offset.
-template <class Sample>
-struct ScaledQuotientOrZero : ScaledQuotient<Sample> {
-  using ScaledQuotient<Sample>::ScaledQuotient;
-
-  auto Lanes(Floats s, Floats o) const { return Truncate(ZeroWhereZero(this->Rounded(s, o), o)); }
-  Sample Tail(float s, float o) const {
-    return o == 0.0F ? Sample{0} : ScaledQuotient<Sample>::Tail(s, o);
-  }
-};
-
-template <class Formula>
-inline Bytes Apply(const Formula& f, const BytesAsFloats& s, const BytesAsFloats& o) {
-  return Narrow(f.Lanes(s.part[0], o.part[0]), f.Lanes(s.part[1], o.part[1]),
-                f.Lanes(s.part[2], o.part[2]), f.Lanes(s.part[3], o.part[3]));
-}
-template <class Formula>
-inline Words Apply(const Formula& f, const WordsAsFloats& s, const WordsAsFloats& o) {
-  return Narrow(f.Lanes(s.part[0], o.part[0]), f.Lanes(s.part[1], o.part[1]));
+// Whether t * scale + offset fits an integer for every t of a range, so that packing alone
+// saturates it. It is monotonic in t, so the ends decide.
+inline bool FitsInteger(float lowest, float highest, Linear linear) {
+  constexpr float kFits = 1073741824.0F;
+  const float a = lowest * linear.scale + linear.offset;
+  const float b = highest * linear.scale + linear.offset;
+  return a > -kFits && a < kFits && b > -kFits && b < kFits;
 }
 
-// A formula in floats of one image's samples and a constant.
-template <class Sample, class Formula>
+template <class Sample, class Rounding, bool kClamp>
+struct Finish {
+  Linear linear;
+  Rounding rounding;
+  Floats scale_lanes = Set(linear.scale);
+  Floats offset_lanes = Set(linear.offset);
+
+  // Clamped, a value is at most the limit. Then its integer is right, or negative, or the smallest
+  // of all for NaN and for what lies far below 0; packing makes the latter two 0.
+  Floats Value(Floats t) const {
+    const Floats y = rounding.Shifted(Add(Multiply(t, scale_lanes), offset_lanes));
+    return kClamp ? Min(Set(kLimit<Sample>), y) : y;
+  }
+  auto Vector(Floats t) const { return Rounding::Convert(Value(t)); }
+  Sample Scalar(float t) const {
+    return Rounding::template Tail<Sample>(t * linear.scale + linear.offset);
+  }
+};
+
+template <class Sample, class Term, class Rounding, bool kClamp>
 struct OfConstant {
-  Formula formula;
-  Floats constant_lanes;
-  float constant;
+  Term term;
+  Finish<Sample, Rounding, kClamp> finish;
+  Floats bias_lanes = Set(term.Bias());
 
-  OfConstant(float c, Linear linear) : formula(linear), constant_lanes(Set(c)), constant(c) {}
-
+  auto Part(Floats s) const { return finish.Vector(term.Vector(s)); }
   Bytes Vector(Bytes s) const {
-    const Floats c = constant_lanes;
-    return Apply(formula, Widen(s), BytesAsFloats{{c, c, c, c}});
+    const BytesAsFloats w = Widen(s, bias_lanes);
+    return Narrow(Part(w.part[0]), Part(w.part[1]), Part(w.part[2]), Part(w.part[3]));
   }
   Words Vector(Words s) const {
-    const Floats c = constant_lanes;
-    return Apply(formula, Widen(s), WordsAsFloats{{c, c}});
+    const WordsAsFloats w = Widen(s, bias_lanes);
+    return Narrow(Part(w.part[0]), Part(w.part[1]));
   }
-  Sample Scalar(Sample s) const { return formula.Tail(static_cast<float>(s), constant); }
+  Sample Scalar(Sample s) const { return finish.Scalar(term.Scalar(static_cast<float>(s))); }
 };
 
-// A formula in floats of two images' samples.
-template <class Sample, class Formula>
+template <class Sample, class Term, class Rounding, bool kClamp>
 struct OfImages {
-  Formula formula;
+  Finish<Sample, Rounding, kClamp> finish;
+  Floats bias_lanes = Set(kNoShift);
 
-  explicit OfImages(Linear linear) : formula(linear) {}
-
-  Bytes Vector(Bytes a, Bytes b) const { return Apply(formula, Widen(a), Widen(b)); }
-  Words Vector(Words a, Words b) const { return Apply(formula, Widen(a), Widen(b)); }
+  auto Part(Floats a, Floats b) const {
+    const Floats y = finish.Value(Term::Vector(a, b));
+    // A quotient by 0 is 0, whatever the offset.
+    return Rounding::Convert(std::is_same_v<Term, Quotient> ? ZeroWhereZero(y, b) : y);
+  }
+  Bytes Vector(Bytes a, Bytes b) const {
+    const BytesAsFloats v = Widen(a, bias_lanes);
+    const BytesAsFloats w = Widen(b, bias_lanes);
+    return Narrow(Part(v.part[0], w.part[0]), Part(v.part[1], w.part[1]),
+                  Part(v.part[2], w.part[2]), Part(v.part[3], w.part[3]));
+  }
+  Words Vector(Words a, Words b) const {
+    const WordsAsFloats v = Widen(a, bias_lanes);
+    const WordsAsFloats w = Widen(b, bias_lanes);
+    return Narrow(Part(v.part[0], w.part[0]), Part(v.part[1], w.part[1]));
+  }
   Sample Scalar(Sample a, Sample b) const {
-    return formula.Tail(static_cast<float>(a), static_cast<float>(b));
+    if (std::is_same_v<Term, Quotient> && b == 0) {
+      return 0;
+    }
+    return finish.Scalar(Term::Scalar(static_cast<float>(a), static_cast<float>(b)));
   }
 };
 
@@ -136,29 +191,30 @@ inline Sample SaturateInteger(int value) {
   return static_cast<Sample>(value < 0 ? 0 : value > kLargest ? kLargest : value);
 }
 
-template <class Sample>
 struct SaturatedSum {
-  auto Vector(auto a, auto b) const { return AddSaturated(a, b); }
-  Sample Scalar(Sample a, Sample b) const { return SaturateInteger<Sample>(a + b); }
+  static auto Vector(auto a, auto b) { return AddSaturated(a, b); }
+  template <class Sample>
+  static Sample Scalar(Sample a, Sample b) {
+    return SaturateInteger<Sample>(a + b);
+  }
 };
 
-template <class Sample>
 struct SaturatedDifference {
-  auto Vector(auto a, auto b) const { return SubtractSaturated(a, b); }
-  Sample Scalar(Sample a, Sample b) const { return SaturateInteger<Sample>(a - b); }
+  static auto Vector(auto a, auto b) { return SubtractSaturated(a, b); }
+  template <class Sample>
+  static Sample Scalar(Sample a, Sample b) {
+    return SaturateInteger<Sample>(a - b);
+  }
 };
 
 // An integer formula whose second operand is the same everywhere.
 template <class Sample, class Formula>
 struct WithOperand {
-  Formula formula;
-  decltype(Set(Sample{})) operand_lanes;
   Sample operand;
+  decltype(Set(Sample{})) operand_lanes = Set(operand);
 
-  explicit WithOperand(Sample o) : operand_lanes(Set(o)), operand(o) {}
-
-  auto Vector(auto s) const { return formula.Vector(s, operand_lanes); }
-  Sample Scalar(Sample s) const { return formula.Scalar(s, operand); }
+  auto Vector(auto s) const { return Formula::Vector(s, operand_lanes); }
+  Sample Scalar(Sample s) const { return Formula::Scalar(s, operand); }
 };
 
 template <class Sample>
@@ -178,7 +234,7 @@ inline void StorePartial(Sample* p, Vector a, std::ptrdiff_t count) {
 // The one loop over rows: whole vectors, then what remains of the blocks, then the tail sample by
 // sample. The output may be an input: every sample is read before it is written.
 template <class Formula, class Sample, class... Inputs>
-inline void Walk(const Formula& f, Extent extent, Rows<Sample> dst, Inputs... src) {
+inline void Walk(Formula f, Extent extent, Rows<Sample> dst, Inputs... src) {
   constexpr std::ptrdiff_t kStep = kLanes<Sample>;
   for (std::ptrdiff_t row = 0; row < extent.rows; ++row) {
     Sample* const d = dst[row];
@@ -196,25 +252,74 @@ inline void Walk(const Formula& f, Extent extent, Rows<Sample> dst, Inputs... sr
   }
 }
 
-template <class Sample, class Formula>
-void WithConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, float constant,
-                  Linear linear) {
-  Walk(OfConstant<Sample, Formula>(constant, linear), extent, dst, src);
+#if defined(KELRA_HAS_BYTE_TABLE)
+
+// What a formula gives for each of the 256 bytes.
+template <class Formula>
+struct Tabulated {
+  const Formula& formula;
+  ByteTable table = Tabulate(formula);
+
+  static ByteTable Tabulate(const Formula& f) {
+    alignas(64) std::uint8_t entries[256];
+    for (int i = 0; i < 256; ++i) {
+      entries[i] = static_cast<std::uint8_t>(i);
+    }
+    Walk(f, Extent{1, 256, 256}, Rows<std::uint8_t>{entries, 256},
+         Rows<const std::uint8_t>{entries, 256});
+    return LoadTable(entries);
+  }
+
+  Bytes Vector(Bytes s) const { return Lookup(table, s); }
+  std::uint8_t Scalar(std::uint8_t s) const { return formula.Scalar(s); }
+};
+
+template <class Formula>
+inline void WalkOneInput(const Formula& f, Extent extent, Rows<std::uint8_t> dst,
+                         Rows<const std::uint8_t> src) {
+  constexpr std::ptrdiff_t kWorthTabulating = 1024;
+  if (extent.rows * extent.blocks >= kWorthTabulating) {
+    Walk(Tabulated<Formula>{f}, extent, dst, src);
+  } else {
+    Walk(f, extent, dst, src);
+  }
 }
 
-template <class Sample, class Formula>
+#endif
+
+template <class Formula, class Sample>
+inline void WalkOneInput(const Formula& f, Extent extent, Rows<Sample> dst,
+                         Rows<const Sample> src) {
+  Walk(f, extent, dst, src);
+}
+
+template <class Sample, class Term, class Rounding>
+void WithConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, float constant,
+                  Linear linear) {
+  const Term term{constant};
+  if (FitsInteger(term.Scalar(0.0F), term.Scalar(kLimit<Sample>), linear)) {
+    WalkOneInput(OfConstant<Sample, Term, Rounding, false>{term, {linear, {}}}, extent, dst, src);
+  } else {
+    WalkOneInput(OfConstant<Sample, Term, Rounding, true>{term, {linear, {}}}, extent, dst, src);
+  }
+}
+
+template <class Sample, class Term, class Rounding>
 void WithImage(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst, Extent extent,
                Linear linear) {
-  Walk(OfImages<Sample, Formula>(linear), extent, dst, a, b);
+  if (FitsInteger(Term::Lowest(kLimit<Sample>), Term::Highest(kLimit<Sample>), linear)) {
+    Walk(OfImages<Sample, Term, Rounding, false>{{linear, {}}}, extent, dst, a, b);
+  } else {
+    Walk(OfImages<Sample, Term, Rounding, true>{{linear, {}}}, extent, dst, a, b);
+  }
 }
 
 template <class Sample>
 void Shift(Rows<const Sample> src, Rows<Sample> dst, Extent extent, int shift) {
   if (shift >= 0) {
-    Walk(WithOperand<Sample, SaturatedSum<Sample>>(static_cast<Sample>(shift)), extent, dst, src);
+    Walk(WithOperand<Sample, SaturatedSum>{static_cast<Sample>(shift)}, extent, dst, src);
   } else {
-    Walk(WithOperand<Sample, SaturatedDifference<Sample>>(static_cast<Sample>(-shift)), extent, dst,
-         src);
+    Walk(WithOperand<Sample, SaturatedDifference>{static_cast<Sample>(-shift)}, extent, dst, src);
   }
 }
 
@@ -225,15 +330,15 @@ void OfBoth(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst, Extent
 
 template <class Sample>
 inline constexpr SampleKernels<Sample> kSampleKernels = {
-    .with_constant = {WithConstant<Sample, ScaledOp<Sample, AddOp>>,
-                      WithConstant<Sample, ScaledOp<Sample, SubtractOp>>,
-                      WithConstant<Sample, ScaledOp<Sample, MultiplyOp>>,
-                      WithConstant<Sample, ScaledQuotient<Sample>>},
-    .with_image = {WithImage<Sample, ScaledOp<Sample, AddOp>>,
-                   WithImage<Sample, ScaledOp<Sample, SubtractOp>>,
-                   WithImage<Sample, ScaledOp<Sample, MultiplyOp>>,
-                   WithImage<Sample, ScaledQuotientOrZero<Sample>>},
+    .with_constant = {WithConstant<Sample, PlusConstant, NearestInBlocks>,
+                      WithConstant<Sample, MinusConstant, NearestInBlocks>,
+                      WithConstant<Sample, TimesConstant, NearestInBlocks>,
+                      WithConstant<Sample, DividedByConstant, HalfUp>},
+    .with_image = {WithImage<Sample, Sum, NearestInBlocks>,
+                   WithImage<Sample, Difference, NearestInBlocks>,
+                   WithImage<Sample, Product, NearestInBlocks>,
+                   WithImage<Sample, Quotient, HalfUp>},
     .shift = Shift<Sample>,
-    .add = OfBoth<Sample, SaturatedSum<Sample>>,
-    .subtract = OfBoth<Sample, SaturatedDifference<Sample>>,
+    .add = OfBoth<Sample, SaturatedSum>,
+    .subtract = OfBoth<Sample, SaturatedDifference>,
 };

@@ -1,11 +1,12 @@
 #include <immintrin.h>
 
 #include <cstring>
+#include <type_traits>
 
 #include "frame/kernels/row_kernels.h"
 #include "frame/kernels/target_region.h"
 
-KELRA_BEGIN_TARGET("avx2")
+KELRA_BEGIN_TARGET("avx2,fma")
 namespace KELRA::kernels::avx2 {
 
 #include "frame/kernels/vector_avx2.inl"

@@ -1,6 +1,7 @@
 #include <immintrin.h>
 
 #include <cstring>
+#include <type_traits>
 
 #include "frame/kernels/row_kernels.h"
 #include "frame/kernels/target_region.h"

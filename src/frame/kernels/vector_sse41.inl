@@ -56,20 +56,32 @@ struct WordsAsFloats {
   Floats part[2];
 };
 
-inline WordsAsFloats Widen(Words a) {
-  const __m128i zero = _mm_setzero_si128();
-  return {{{_mm_cvtepi32_ps(_mm_unpacklo_epi16(a.v, zero))},
-           {_mm_cvtepi32_ps(_mm_unpackhi_epi16(a.v, zero))}}};
+// Samples as floats, less `bias`, plus 2^23. Behind the upper half of 2^23's bits a sample reads as
+// 2^23 plus the sample, so the one subtraction both converts and shifts, exactly while the result
+// is below 2^23.
+inline WordsAsFloats Widen(Words a, Floats bias) {
+  const __m128i upper = _mm_set1_epi16(0x4B00);
+  const Floats low{_mm_castsi128_ps(_mm_unpacklo_epi16(a.v, upper))};
+  const Floats high{_mm_castsi128_ps(_mm_unpackhi_epi16(a.v, upper))};
+  return {{Subtract(low, bias), Subtract(high, bias)}};
 }
-inline BytesAsFloats Widen(Bytes a) {
+inline BytesAsFloats Widen(Bytes a, Floats bias) {
   const __m128i zero = _mm_setzero_si128();
-  const WordsAsFloats low = Widen(Words{_mm_unpacklo_epi8(a.v, zero)});
-  const WordsAsFloats high = Widen(Words{_mm_unpackhi_epi8(a.v, zero)});
+  const WordsAsFloats low = Widen(Words{_mm_unpacklo_epi8(a.v, zero)}, bias);
+  const WordsAsFloats high = Widen(Words{_mm_unpackhi_epi8(a.v, zero)}, bias);
   return {{low.part[0], low.part[1], high.part[0], high.part[1]}};
 }
 
-// Integers below 0 become 0.
+// Saturates, on both sides. Between 32 and 8 bits lie signed 16 bits, which the second packing
+// expects.
 inline Words Narrow(__m128i a, __m128i b) { return {_mm_packus_epi32(a, b)}; }
 inline Bytes Narrow(__m128i a, __m128i b, __m128i c, __m128i d) {
-  return {_mm_packus_epi16(Narrow(a, b).v, Narrow(c, d).v)};
+  return {_mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d))};
 }
+
+struct Divisor {
+  Floats value;
+
+  explicit Divisor(float v) : value(Set(v)) {}
+};
+inline Floats Divide(Floats a, const Divisor& b) { return Divide(a, b.value); }

@@ -1,0 +1,40 @@
+#include "side_by_side.h"
+
+namespace KELRA::bench {
+
+void RegisterConstantArithmetic() {
+  static KelROI whole;
+  Register({"AddConst 40",
+            [](KelImageOperation& op, KelImage& src, KelImage* dst) {
+              return op.AddConst(src, whole, dst, 40, 1.0F, 0.0F);
+            },
+            [](const cv::Mat& src, cv::Mat* dst) { cv::add(src, cv::Scalar::all(40), *dst); }});
+  Register({"AddConst 40, x1.1 +3",
+            [](KelImageOperation& op, KelImage& src, KelImage* dst) {
+              return op.AddConst(src, whole, dst, 40, 1.1F, 3.0F);
+            },
+            [](const cv::Mat& src, cv::Mat* dst) { src.convertTo(*dst, -1, 1.1, 40 * 1.1 + 3); }});
+  Register(
+      {"SubtractConst 40",
+       [](KelImageOperation& op, KelImage& src, KelImage* dst) {
+         return op.SubtractConst(src, whole, dst, 40, 1.0F, 0.0F);
+       },
+       [](const cv::Mat& src, cv::Mat* dst) { cv::subtract(src, cv::Scalar::all(40), *dst); }});
+  Register({"SubtractConst 40, x1.1 +3",
+            [](KelImageOperation& op, KelImage& src, KelImage* dst) {
+              return op.SubtractConst(src, whole, dst, 40, 1.1F, 3.0F);
+            },
+            [](const cv::Mat& src, cv::Mat* dst) { src.convertTo(*dst, -1, 1.1, -40 * 1.1 + 3); }});
+  Register({"MultiplyConst 3, x0.7 +3",
+            [](KelImageOperation& op, KelImage& src, KelImage* dst) {
+              return op.MultiplyConst(src, whole, dst, 3, 0.7F, 3.0F);
+            },
+            [](const cv::Mat& src, cv::Mat* dst) { src.convertTo(*dst, -1, 3 * 0.7, 3); }});
+  Register({"DivideConst 3, x2 +3",
+            [](KelImageOperation& op, KelImage& src, KelImage* dst) {
+              return op.DivideConst(src, whole, dst, 3, 2.0F, 3.0F);
+            },
+            [](const cv::Mat& src, cv::Mat* dst) { src.convertTo(*dst, -1, 2.0 / 3, 3); }});
+}
+
+}  // namespace KELRA::bench

@@ -1,0 +1,27 @@
+// Each operation beside what a user would otherwise write with OpenCV, and beside a plain copy of
+// the same bytes, in one run.
+#pragma once
+
+#include <KELRA/KelImageOperation.h>
+
+#include <functional>
+#include <opencv2/core.hpp>
+#include <string>
+
+namespace KELRA::bench {
+
+struct SideBySide {
+  std::string operation;
+  // Both write the result for `image` into an output that is reused from call to call.
+  std::function<KelLong(KelImageOperation& op, KelImage& image, KelImage* dst)> ours;
+  std::function<void(const cv::Mat& image, cv::Mat* dst)> opencv;
+};
+
+// Registers the three benchmarks OPERATION/SIZE/TYPE/{kelra,opencv,copy} for every size, depth and
+// channel count.
+void Register(const SideBySide& pair);
+
+// Called by main; one function a family of operations.
+void RegisterConstantArithmetic();
+
+}  // namespace KELRA::bench

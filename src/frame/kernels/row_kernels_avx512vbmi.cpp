@@ -1,0 +1,23 @@
+#include <immintrin.h>
+
+#include <cstring>
+#include <type_traits>
+
+#include "frame/kernels/row_kernels.h"
+#include "frame/kernels/target_region.h"
+
+KELRA_BEGIN_TARGET("avx512f,avx512bw,avx512vl,avx512vbmi")
+namespace KELRA::kernels::avx512vbmi {
+
+#include "frame/kernels/vector_avx512.inl"
+
+#include "frame/kernels/byte_table_avx512vbmi.inl"
+#define KELRA_HAS_BYTE_TABLE
+
+#include "frame/kernels/row_kernels.inl"
+
+const RowKernels kRowKernels = {"AVX-512 VBMI", kSampleKernels<std::uint8_t>,
+                                kSampleKernels<std::uint16_t>};
+
+}  // namespace KELRA::kernels::avx512vbmi
+KELRA_END_TARGET
