@@ -1,0 +1,10 @@
+#include "commands/families.h"
+
+namespace KELRA::tool {
+
+const std::vector<Family>& Families() {
+  static const std::vector<Family> families = {ConstantArithmetic()};
+  return families;
+}
+
+}  // namespace KELRA::tool

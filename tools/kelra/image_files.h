@@ -1,0 +1,33 @@
+// Image files: PNG, TIFF, JPEG, BMP, PGM, PPM and PNM, told apart by their endings when written.
+#pragma once
+
+#include <KELRA/KelData.h>
+
+#include <filesystem>
+#include <string>
+
+namespace KELRA::tool {
+
+struct ReadResult {
+  KelImage image;
+  std::string warning;  // what the codec complained about while it read the image; usually empty
+};
+
+// The samples as they are in the file: depth and channels are kept, nothing is turned. Throws
+// FileError.
+ReadResult ReadImage(const std::filesystem::path& path);
+
+// Writes the image whole or not at all. An image that the format of the path's ending cannot hold
+// as it is throws FileError, as does every other failure.
+void WriteImage(const std::filesystem::path& path, const KelImage& image);
+
+// "384 x 303"
+std::string SizeText(const KelImage& image);
+
+// "8-bit", "16-bit", "32-bit float", ...
+std::string DepthText(KelImageType depth);
+
+// "1 channel", "3 channels"
+std::string ChannelText(int channels);
+
+}  // namespace KELRA::tool
