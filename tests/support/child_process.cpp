@@ -5,6 +5,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
@@ -51,12 +52,18 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
   return pointers;
 }
 
+std::string_view NameOf(std::string_view variable) {
+  return variable.substr(0, variable.find('='));
+}
+
 std::vector<std::string> ChildEnvironment(const std::vector<std::string>& added) {
-  std::vector<std::string> all;
+  std::vector<std::string> all = added;
   for (char** entry = environ; *entry != nullptr; ++entry) {
-    if (!std::string_view(*entry).starts_with("KELRA_")) all.emplace_back(*entry);
+    const std::string_view name = NameOf(*entry);
+    const bool isReplaced = std::any_of(
+        added.begin(), added.end(), [&](const auto& variable) { return NameOf(variable) == name; });
+    if (!isReplaced && !name.starts_with("KELRA_")) all.emplace_back(*entry);
   }
-  all.insert(all.end(), added.begin(), added.end());
   return all;
 }
 

@@ -12,9 +12,9 @@ struct ChildResult {
   std::string err;
 };
 
-// Runs `command` (program path, then arguments) in `folder` (empty: the current one). Variables of
-// the family are removed from the child's environment before `environment`, entries NAME=value, is
-// added to it.
+// Runs `command` (program path, then arguments) in `folder` (empty: the current one). The child
+// gets this process's environment without the family's variables (KELRA_...), and with those of
+// `environment`, entries NAME=value, in place of its own.
 ChildResult RunChild(const std::vector<std::string>& command,
                      const std::vector<std::string>& environment = {},
                      const std::string& folder = {});

@@ -37,17 +37,17 @@ bool ReachesDisk(std::FILE* file) {
 }
 
 // A new file beside `target`, under a name that no other file has; removed unless it takes the
-// target's place.
+// target's place. Messages call the target `name`.
 class Replacement {
  public:
-  explicit Replacement(const fs::path& target) : target_(target) {
+  Replacement(const fs::path& target, const fs::path& name) : target_(target), name_(name) {
     std::random_device random;
     do {
       const std::uint64_t number = (std::uint64_t{random()} << 32) | random();
       path_ = target.parent_path() / (".kelra-" + std::to_string(number) + ".tmp");
       file_.reset(std::fopen(path_.string().c_str(), "wbx"));
     } while (!file_ && errno == EEXIST);
-    if (!file_) throw FileError(target, SystemProblem("cannot write"));
+    if (!file_) throw FileError(name, SystemProblem("cannot write"));
   }
 
   ~Replacement() {
@@ -63,7 +63,7 @@ class Replacement {
     const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) == bytes.size() &&
                          ReachesDisk(file_.get());
     const bool closed = std::fclose(file_.release()) == 0;
-    if (!written || !closed) throw FileError(target_, SystemProblem("cannot write"));
+    if (!written || !closed) throw FileError(name_, SystemProblem("cannot write"));
   }
 
   void TakePlace() {
@@ -72,12 +72,13 @@ class Replacement {
       fs::permissions(path_, old.permissions(), error);
     }
     fs::rename(path_, target_, error);
-    if (error) throw FileError(target_, "cannot write: " + error.message());
+    if (error) throw FileError(name_, "cannot write: " + error.message());
     path_.clear();
   }
 
  private:
   const fs::path target_;
+  const fs::path name_;
   fs::path path_;
   File file_;
 };
@@ -116,7 +117,7 @@ void WriteWholeFile(const fs::path& path, const Bytes& bytes) {
       throw FileError(path, SystemProblem("cannot write"));
     }
   }
-  Replacement replacement(target);
+  Replacement replacement(target, path);
   replacement.Write(bytes);
   replacement.TakePlace();
 }
