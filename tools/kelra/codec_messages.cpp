@@ -4,7 +4,6 @@
 #include <iostream>
 #include <opencv2/core.hpp>
 #include <opencv2/core/utils/logger.hpp>
-#include <streambuf>
 
 namespace KELRA::tool {
 namespace {
@@ -29,9 +28,9 @@ class CatchingBuffer final : public std::streambuf {
   }
 };
 
-#if defined(__GLIBC__)
 // libpng and libjpeg print to the C stream; glibc lets a program exchange it. Code that took the
 // stream's address earlier, such as the log, keeps the real one.
+#if defined(__GLIBC__)
 void CatchCStream() {
   cookie_io_functions_t functions{};
   functions.write = [](void*, const char* text, std::size_t length) {
@@ -43,20 +42,33 @@ void CatchCStream() {
   std::setvbuf(catching, nullptr, _IONBF, 0);
   stderr = catching;
 }
+
+void RestoreCStream(std::FILE* stream) {
+  if (stderr == stream) return;
+  std::fclose(stderr);
+  stderr = stream;
+}
 #else
 void CatchCStream() {}
+void RestoreCStream(std::FILE*) {}
 #endif
 
 int IgnoreError(int, const char*, const char*, const char*, int, void*) { return 0; }
 
 }  // namespace
 
-void CatchCodecMessages() {
-  static CatchingBuffer buffer;
-  std::cerr.rdbuf(&buffer);
+CodecMessageCatcher::CodecMessageCatcher()
+    : buffer_(std::make_unique<CatchingBuffer>()),
+      realBuffer_(std::cerr.rdbuf(buffer_.get())),
+      realStream_(stderr) {
   CatchCStream();
   cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT);
   cv::redirectError(&IgnoreError);  // the exception that follows carries the text
+}
+
+CodecMessageCatcher::~CodecMessageCatcher() {
+  std::cerr.rdbuf(realBuffer_);
+  RestoreCStream(realStream_);
 }
 
 std::string TakeCodecMessage() {

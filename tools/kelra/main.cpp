@@ -24,7 +24,7 @@ int Run(int argc, char** argv, KELRA::tool::Console& console) {
 
 int main(int argc, char** argv) {
   KELRA::tool::Console console;
-  KELRA::tool::CatchCodecMessages();
+  const KELRA::tool::CodecMessageCatcher catcher;
   try {
     return Run(argc, argv, console);
   } catch (const KELRA::tool::UsageError& problem) {
