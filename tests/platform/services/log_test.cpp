@@ -1,7 +1,7 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <map>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -47,10 +47,11 @@ TEST(Log, RecordHasTimeThreadModuleFunctionLineAndMessage) {
   EXPECT_EQ(got.out, "");
   const std::vector<std::string> lines = Lines(got.err);
   ASSERT_EQ(lines.size(), 2U);
-  const std::string head =
-      R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{6}[+-]\d\d:\d\d \[\d+\] Module Function:)";
-  EXPECT_TRUE(std::regex_match(lines[0], std::regex(head + "100 start"))) << lines[0];
-  EXPECT_TRUE(std::regex_match(lines[1], std::regex(head + R"(101 a \{\} %s)"))) << lines[1];
+  const std::string day = "[0-9]{4}-[0-9]{2}-[0-9]{2}";
+  const std::string time = "[0-9]{2}:[0-9]{2}:[0-9]{2}[.][0-9]{6}[+-][0-9]{2}:[0-9]{2}";
+  const std::string head = day + "T" + time + " \\[[0-9]+\\] Module Function:";
+  EXPECT_THAT(lines[0], testing::MatchesRegex(head + "100 start"));
+  EXPECT_THAT(lines[1], testing::MatchesRegex(head + "101 a [{][}] %s"));
 }
 
 TEST(Log, PassesBytesOfAnyEncodingUnchanged) {
