@@ -136,6 +136,13 @@ TEST(Config, ReportsAFolderInPlaceOfTheFile) {
   EXPECT_EQ(Lines(got.err), 1U) << got.err;
 }
 
+TEST(Config, ConcurrentFirstQueriesAgreeAndReportOnce) {
+  const ChildResult got = Query({"KELRA_EFFICIENCY=3", "KELRA_TBB=x"});
+  EXPECT_EQ(got.exitCode, 0) << got.err;
+  EXPECT_EQ(got.out, "false 3 0\n");
+  EXPECT_EQ(Lines(got.err), 1U) << got.err;
+}
+
 TEST(Config, NullPointerIsAnErrorOfThisLibrary) {
   EXPECT_EQ(KELRA::KelGetStaticGPU(nullptr), KELRA::KEL_CONFIG_ERR_OUTPUT);
   EXPECT_EQ(KELRA::KelGetStaticEfficiency(nullptr), KELRA::KEL_CONFIG_ERR_OUTPUT);

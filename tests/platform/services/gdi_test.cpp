@@ -114,7 +114,7 @@ TEST(Gdi, AHandleIsStaleAfterItsBitmap) {
   }
 }
 
-TEST(Gdi, HandlesOfManyThreadsAreDistinctAndFitThirtyTwoBits) {
+TEST(Gdi, HandlesOfConcurrentThreadsAreDistinctAndFitThirtyTwoBits) {
   constexpr int kThreads = 8;
   constexpr int kBitmaps = 500;
   std::vector<std::vector<HBITMAP>> made(kThreads);

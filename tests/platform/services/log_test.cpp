@@ -102,7 +102,7 @@ TEST(Log, AFullDeviceIsReportedOnceAndFailsNoCall) {
 }
 
 // Records longer than a stream's buffer and than the atomic write of a pipe.
-TEST(Log, ThreadsAndProcessesDoNotTearRecords) {
+TEST(Log, ConcurrentThreadsAndProcessesDoNotTearRecords) {
   constexpr int kProcesses = 3;
   constexpr int kThreads = 4;
   constexpr int kRecords = 50;
@@ -112,9 +112,10 @@ TEST(Log, ThreadsAndProcessesDoNotTearRecords) {
   std::vector<std::thread> processes;
   for (int p = 0; p < kProcesses; ++p) {
     processes.emplace_back([&] {
-      RunChild({SERVICE_PROBE, "log-many", std::to_string(kThreads), std::to_string(kRecords),
-                std::to_string(kLength)},
-               {"KELRA_LOG=" + file});
+      const ChildResult got = RunChild({SERVICE_PROBE, "log-many", std::to_string(kThreads),
+                                        std::to_string(kRecords), std::to_string(kLength)},
+                                       {"KELRA_LOG=" + file});
+      EXPECT_EQ(got.exitCode, 0) << got.err;
     });
   }
   for (std::thread& process : processes) process.join();
