@@ -24,7 +24,7 @@ void CallFrame::KeepInput(KelImage& src, KelImage* dst) {
   input_ = &src;
   if (dst == &src) {
     header_ = src;
-    input_ = &header_;
+    input_ = &*header_;
   }
 }
 

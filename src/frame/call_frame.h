@@ -5,6 +5,8 @@
 //   extraction    cut the region out, work on the part, restore it into a copy of the input
 #pragma once
 
+#include <optional>
+
 #include "KELRA/KelData.h"
 #include "frame/bound_buffer.h"
 #include "frame/call_log.h"
@@ -100,7 +102,7 @@ class CallFrame {
   // The input; a header of its pixels when the output is the same object, whose matrix the call
   // replaces.
   KelImage* input_ = nullptr;
-  KelImage header_;
+  std::optional<KelImage> header_;
 };
 
 }  // namespace KELRA

@@ -18,16 +18,17 @@ std::ptrdiff_t RowStep(const cv::Mat& mat) {
 
 }  // namespace
 
-cv::Mat ResultMatrix(const cv::Mat& output, cv::Size size, int type) {
-  if (output.dims <= 2 && output.data != nullptr && output.size() == size &&
-      output.type() == type) {
-    return output;
+cv::Mat& ResultMatrix(KelImage* output, cv::Size size, int type, cv::Mat* fresh) {
+  cv::Mat& own = output->Mat();
+  if (own.dims <= 2 && own.data != nullptr && own.size() == size && own.type() == type) {
+    return own;
   }
-  return cv::Mat(size, type);
+  fresh->create(size, type);
+  return *fresh;
 }
 
 bool SharesPixels(const cv::Mat& a, const cv::Mat& b) {
-  if (a.empty() || b.empty()) {
+  if (a.data == nullptr || b.data == nullptr) {
     return false;
   }
   const auto begin_a = reinterpret_cast<std::uintptr_t>(a.data);

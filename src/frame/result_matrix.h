@@ -8,8 +8,9 @@
 namespace KELRA {
 
 // The output's own matrix when it has the given size and type, so that it is written in place;
-// otherwise a new one, whose pixels are not initialised: the caller overwrites all of them.
-cv::Mat ResultMatrix(const cv::Mat& output, cv::Size size, int type);
+// otherwise a new one, made in `fresh`, whose pixels are not initialised: the caller overwrites all
+// of them, and then assigns it with AssignResult.
+cv::Mat& ResultMatrix(KelImage* output, cv::Size size, int type, cv::Mat* fresh);
 
 // Whether any byte belongs to a pixel of both matrices. Matrices of different steps that interleave
 // count as sharing.

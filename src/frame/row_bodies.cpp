@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "frame/cache_size.h"
+
 namespace KELRA::tbbup {
 namespace {
 
@@ -27,6 +29,18 @@ Rows<Sample> RowsOf(const cv::Mat& mat, const RowRange& rows) {
       static_cast<std::ptrdiff_t>(mat.step[0])};
 }
 
+std::size_t PixelBytes(const cv::Mat& mat) {
+  return static_cast<std::size_t>(mat.rows) * static_cast<std::size_t>(mat.cols) * mat.elemSize();
+}
+
+// Whether to bypass the caches: the images exceed them, and the output is not in them by being an
+// input.
+template <class... Inputs>
+bool ShouldStream(const cv::Mat& output, const Inputs&... inputs) {
+  return (PixelBytes(output) + ... + PixelBytes(inputs)) > LastLevelCacheBytes() &&
+         ((output.data != inputs.data) && ...);
+}
+
 template <class Sample>
 Extent BlocksAndTail(const cv::Mat& input, const RowRange& rows) {
   const int block_columns = input.cols - input.cols % kBlockPixels<Sample>;
@@ -42,11 +56,12 @@ Extent BlocksOnly(const cv::Mat& input, const RowRange& rows) {
 }
 
 // Rows without a tail that follow each other without a gap are one long row.
-template <class... Mats>
-Extent JoinRows(Extent extent, const Mats&... mats) {
-  if (extent.blocks == extent.samples && (mats.isContinuous() && ...)) {
-    return {1, extent.rows * extent.samples, extent.rows * extent.samples};
+template <class... Inputs>
+Extent Optimized(Extent extent, const cv::Mat& output, const Inputs&... inputs) {
+  if (extent.blocks == extent.samples && output.isContinuous() && (inputs.isContinuous() && ...)) {
+    extent = {1, extent.rows * extent.samples, extent.rows * extent.samples};
   }
+  extent.streaming = ShouldStream(output, inputs...);
   return extent;
 }
 
@@ -84,7 +99,7 @@ BlockwiseConstant<Sample, Channels>::BlockwiseConstant(cv::Mat* output, const cv
 template <class Sample, int Channels>
 void BlockwiseConstant<Sample, Channels>::operator()(const RowRange& rows) const {
   const auto& row_kernels = kernels::ActiveRowKernels().For<Sample>();
-  const Extent extent = JoinRows(BlocksAndTail<Sample>(input_, rows), input_, *output_);
+  const Extent extent = Optimized(BlocksAndTail<Sample>(input_, rows), *output_, input_);
   const auto src = RowsOf<const Sample>(input_, rows);
   const auto dst = RowsOf<Sample>(*output_, rows);
   if (IsSumOrDifference(code_) && IsWhole(linear_)) {
@@ -103,7 +118,8 @@ template <class Sample>
 void PlainConstant<Sample>::operator()(const RowRange& rows) const {
   kernels::ActiveRowKernels().For<Sample>().with_constant[code_](
       RowsOf<const Sample>(input_, rows), RowsOf<Sample>(*output_, rows),
-      JoinRows(BlocksOnly(input_, rows), input_, *output_), static_cast<float>(constant_), linear_);
+      Optimized(BlocksOnly(input_, rows), *output_, input_), static_cast<float>(constant_),
+      linear_);
 }
 
 template <class Sample, int Channels>
@@ -121,7 +137,7 @@ BlockwiseImages<Sample, Channels>::BlockwiseImages(cv::Mat* output, const cv::Ma
 template <class Sample, int Channels>
 void BlockwiseImages<Sample, Channels>::operator()(const RowRange& rows) const {
   const auto& row_kernels = kernels::ActiveRowKernels().For<Sample>();
-  const Extent extent = JoinRows(BlocksAndTail<Sample>(input_, rows), input_, second_, *output_);
+  const Extent extent = Optimized(BlocksAndTail<Sample>(input_, rows), *output_, input_, second_);
   const auto a = RowsOf<const Sample>(input_, rows);
   const auto b = RowsOf<const Sample>(second_, rows);
   const auto dst = RowsOf<Sample>(*output_, rows);
@@ -141,8 +157,8 @@ template <class Sample>
 void PlainImages<Sample>::operator()(const RowRange& rows) const {
   kernels::ActiveRowKernels().For<Sample>().with_image[code_](
       RowsOf<const Sample>(input_, rows), RowsOf<const Sample>(second_, rows),
-      RowsOf<Sample>(*output_, rows), JoinRows(BlocksOnly(input_, rows), input_, second_, *output_),
-      linear_);
+      RowsOf<Sample>(*output_, rows),
+      Optimized(BlocksOnly(input_, rows), *output_, input_, second_), linear_);
 }
 
 template class BlockwiseConstant<std::uint8_t, 1>;

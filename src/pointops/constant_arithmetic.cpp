@@ -59,7 +59,8 @@ Status ConstantArithmetic(const KelImage& src, KelImage* dst, Arithmetic code, i
   KELRA_RETURN_IF_ERROR(CheckNotEmpty(src));
   KELRA_RETURN_IF_ERROR(CheckChannels(src));
 
-  cv::Mat result = ResultMatrix(dst->Mat(), src.Mat().size(), src.Mat().type());
+  cv::Mat fresh;
+  cv::Mat& result = ResultMatrix(dst, src.Mat().size(), src.Mat().type(), &fresh);
   cv::Mat copy;
   const cv::Mat& input = InputToReadWhileWriting(result, src.Mat(), &copy);
   if (input.depth() == CV_8U) {

@@ -30,6 +30,9 @@ struct Extent {
   std::ptrdiff_t rows;
   std::ptrdiff_t samples;
   std::ptrdiff_t blocks;
+  // The result bypasses the caches: for images that they cannot hold, whose lines would be read
+  // from memory only to be overwritten.
+  bool streaming = false;
 };
 
 // y = t * scale + offset

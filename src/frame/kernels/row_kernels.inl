@@ -231,24 +231,67 @@ inline void StorePartial(Sample* p, Vector a, std::ptrdiff_t count) {
   std::memcpy(p, lanes, static_cast<std::size_t>(count) * sizeof(Sample));
 }
 
-// The one loop over rows: whole vectors, then what remains of the blocks, then the tail sample by
-// sample. The output may be an input: every sample is read before it is written.
+// Applies the formula to `count` samples, fewer than a vector holds.
 template <class Formula, class Sample, class... Inputs>
-inline void Walk(Formula f, Extent extent, Rows<Sample> dst, Inputs... src) {
+inline void ApplyPartially(const Formula& f, std::ptrdiff_t count, Sample* dst, Inputs... src) {
+  StorePartial(dst, f.Vector(LoadPartial(src, count)...), count);
+}
+
+// How many samples lie before the first address of a vector's alignment; all of them where none
+// does.
+template <class Sample>
+inline std::ptrdiff_t SamplesToAlignment(const Sample* p, std::ptrdiff_t samples) {
+  constexpr auto kVectorBytes = static_cast<std::uintptr_t>(kLanes<Sample>) * sizeof(Sample);
+  const std::uintptr_t bytes = -reinterpret_cast<std::uintptr_t>(p) % kVectorBytes;
+  const auto count = static_cast<std::ptrdiff_t>(bytes / sizeof(Sample));
+  return bytes % sizeof(Sample) == 0 && count < samples ? count : samples;
+}
+
+// The blocks of one row. Streamed, only the vectors between the first and the last aligned address
+// can be.
+template <bool kStreaming, class Formula, class Sample, class... Inputs>
+inline void WalkBlocks(const Formula& f, std::ptrdiff_t count, Sample* dst, Inputs... src) {
   constexpr std::ptrdiff_t kStep = kLanes<Sample>;
+  std::ptrdiff_t i = 0;
+  if constexpr (kStreaming) {
+    const std::ptrdiff_t head = SamplesToAlignment(dst, count);
+    if (head == count) {
+      return WalkBlocks<false>(f, count, dst, src...);
+    }
+    ApplyPartially(f, head, dst, src...);
+    for (i = head; i + kStep <= count; i += kStep) {
+      Stream(dst + i, f.Vector(Load(src + i)...));
+    }
+  } else {
+    for (; i + kStep <= count; i += kStep) {
+      Store(dst + i, f.Vector(Load(src + i)...));
+    }
+  }
+  if (i < count) {
+    ApplyPartially(f, count - i, dst + i, (src + i)...);
+  }
+}
+
+template <bool kStreaming, class Formula, class Sample, class... Inputs>
+inline void WalkRows(Formula f, Extent extent, Rows<Sample> dst, Inputs... src) {
   for (std::ptrdiff_t row = 0; row < extent.rows; ++row) {
-    Sample* const d = dst[row];
-    std::ptrdiff_t i = 0;
-    for (; i + kStep <= extent.blocks; i += kStep) {
-      Store(d + i, f.Vector(Load(src[row] + i)...));
+    WalkBlocks<kStreaming>(f, extent.blocks, dst[row], src[row]...);
+    for (std::ptrdiff_t i = extent.blocks; i < extent.samples; ++i) {
+      dst[row][i] = f.Scalar(src[row][i]...);
     }
-    if (const std::ptrdiff_t rest = extent.blocks - i; rest > 0) {
-      StorePartial(d + i, f.Vector(LoadPartial(src[row] + i, rest)...), rest);
-      i = extent.blocks;
-    }
-    for (; i < extent.samples; ++i) {
-      d[i] = f.Scalar(src[row][i]...);
-    }
+  }
+}
+
+// The one loop over rows: the blocks in vectors, then the tail sample by sample. The output may be
+// an input: every sample is read before it is written.
+template <class Formula, class Sample, class... Inputs>
+inline void Walk(const Formula& f, Extent extent, Rows<Sample> dst, Inputs... src) {
+  if (extent.streaming) {
+    WalkRows<true>(f, extent, dst, src...);
+    // Other threads must not see what follows before the streamed rows.
+    _mm_sfence();
+  } else {
+    WalkRows<false>(f, extent, dst, src...);
   }
 }
 

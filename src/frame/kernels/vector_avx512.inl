@@ -26,6 +26,14 @@ inline void Store(std::uint16_t* p, Words a) {
   _mm512_storeu_si512(reinterpret_cast<__m512i*>(p), a.v);
 }
 
+// Past the caches; the address must be a multiple of the vector's size.
+inline void Stream(std::uint8_t* p, Bytes a) {
+  _mm512_stream_si512(reinterpret_cast<__m512i*>(p), a.v);
+}
+inline void Stream(std::uint16_t* p, Words a) {
+  _mm512_stream_si512(reinterpret_cast<__m512i*>(p), a.v);
+}
+
 inline Bytes Set(std::uint8_t a) { return {_mm512_set1_epi8(static_cast<char>(a))}; }
 inline Words Set(std::uint16_t a) { return {_mm512_set1_epi16(static_cast<short>(a))}; }
 inline Floats Set(float a) { return {_mm512_set1_ps(a)}; }

@@ -1,0 +1,11 @@
+// How much the processor's caches hold.
+#pragma once
+
+#include <cstddef>
+
+namespace KELRA {
+
+// The last cache level's size in bytes, or what is common where the system does not tell.
+std::size_t LastLevelCacheBytes();
+
+}  // namespace KELRA
