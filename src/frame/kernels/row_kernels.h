@@ -41,7 +41,7 @@ struct Linear {
   float offset;
 };
 
-enum Arithmetic : int { kAdd = 0, kSubtract = 1, kMultiply = 2, kDivide = 3 };
+enum Arithmetic : unsigned { kAdd = 0, kSubtract = 1, kMultiply = 2, kDivide = 3 };
 inline constexpr int kArithmeticCount = 4;
 
 template <class Sample>
