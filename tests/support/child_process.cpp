@@ -20,7 +20,9 @@ using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
 File TemporaryFile() {
   File file(std::tmpfile(), &std::fclose);
-  if (!file) throw std::runtime_error("cannot make a temporary file");
+  if (!file) {
+    throw std::runtime_error("cannot make a temporary file");
+  }
   return file;
 }
 
@@ -47,7 +49,9 @@ std::string Contents(int terminal) {
 
 std::vector<char*> Pointers(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
-  for (std::string& text : texts) pointers.push_back(text.data());
+  for (std::string& text : texts) {
+    pointers.push_back(text.data());
+  }
   pointers.push_back(nullptr);
   return pointers;
 }
@@ -60,9 +64,11 @@ std::vector<std::string> ChildEnvironment(const std::vector<std::string>& added)
   std::vector<std::string> all = added;
   for (char** entry = environ; *entry != nullptr; ++entry) {
     const std::string_view name = NameOf(*entry);
-    const bool isReplaced = std::any_of(
+    const bool is_replaced = std::any_of(
         added.begin(), added.end(), [&](const auto& variable) { return NameOf(variable) == name; });
-    if (!isReplaced && !name.starts_with("KELRA_")) all.emplace_back(*entry);
+    if (!is_replaced && !name.starts_with("KELRA_")) {
+      all.emplace_back(*entry);
+    }
   }
   return all;
 }
@@ -71,15 +77,21 @@ int Start(std::vector<std::string> command, const std::vector<std::string>& envi
           const std::string& folder, int out, int err) {
   std::vector<std::string> variables = ChildEnvironment(environment);
   const std::vector<char*> arguments = Pointers(command);
-  const std::vector<char*> environmentPointers = Pointers(variables);
+  const std::vector<char*> environment_pointers = Pointers(variables);
   const pid_t child = fork();
-  if (child < 0) throw std::runtime_error("cannot fork");
+  if (child < 0) {
+    throw std::runtime_error("cannot fork");
+  }
   if (child == 0) {
     const int in = open("/dev/null", O_RDONLY);
-    if (dup2(in, STDIN_FILENO) < 0 || dup2(out, STDOUT_FILENO) < 0 || dup2(err, STDERR_FILENO) < 0)
+    if (dup2(in, STDIN_FILENO) < 0 || dup2(out, STDOUT_FILENO) < 0 ||
+        dup2(err, STDERR_FILENO) < 0) {
       _exit(126);
-    if (!folder.empty() && chdir(folder.c_str()) != 0) _exit(126);
-    execve(arguments[0], arguments.data(), environmentPointers.data());
+    }
+    if (!folder.empty() && chdir(folder.c_str()) != 0) {
+      _exit(126);
+    }
+    execve(arguments[0], arguments.data(), environment_pointers.data());
     _exit(127);
   }
   return child;
@@ -99,7 +111,7 @@ ChildResult RunChild(const std::vector<std::string>& command,
   const File err = TemporaryFile();
   const int child = Start(command, environment, folder, fileno(out.get()), fileno(err.get()));
   ChildResult result;
-  result.exitCode = ExitCode(child);
+  result.exit_code = ExitCode(child);
   result.out = Contents(out.get());
   result.err = Contents(err.get());
   return result;
@@ -119,7 +131,7 @@ ChildResult RunChildOnTerminal(const std::vector<std::string>& command,
   ChildResult result;
   result.err = Contents(ours);
   close(ours);
-  result.exitCode = ExitCode(child);
+  result.exit_code = ExitCode(child);
   result.out = Contents(out.get());
   return result;
 }

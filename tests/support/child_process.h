@@ -7,7 +7,7 @@
 namespace kelra_test {
 
 struct ChildResult {
-  int exitCode = -1;  // -1 when the program was ended by a signal
+  int exit_code = -1;  // -1 when the program was ended by a signal
   std::string out;
   std::string err;
 };

@@ -31,7 +31,9 @@ bool RunOver(const Command& command, const TemporaryFolder& folder,
   invocation.command = &command;
   invocation.options = command.defaults;
   invocation.quiet = true;
-  for (const std::string& name : names) invocation.files.push_back(folder / name);
+  for (const std::string& name : names) {
+    invocation.files.push_back(folder / name);
+  }
   Console console;
   return RunCommand(invocation, console);
 }
@@ -68,7 +70,9 @@ TEST_F(CommandForms, PairTakesTwoInputsInOrder) {
 TEST_F(CommandForms, ReduceTakesAllInputs) {
   const Command sum = Declared(Form::kReduce, [](Call& call) {
     cv::Mat total = cv::Mat::zeros(2, 3, CV_8UC1);
-    for (const KelImage& image : call.inputs) total += image.Mat();
+    for (const KelImage& image : call.inputs) {
+      total += image.Mat();
+    }
     call.output = KelImage(total);
     return KelLong{0};
   });
@@ -109,7 +113,9 @@ TEST_F(CommandForms, MeasurePrintsInTheOrderOfTheInputs) {
 
 TEST_F(CommandForms, AnExceptionOfTheLibraryFailsItsFileOnly) {
   const Command command = Declared(Form::kEach, [](Call& call) {
-    if (call.inputs.at(0).Mat().at<unsigned char>(0, 0) == 20) CV_Error(-215, "two\nlines");
+    if (call.inputs.at(0).Mat().at<unsigned char>(0, 0) == 20) {
+      CV_Error(-215, "two\nlines");
+    }
     call.output = call.inputs.at(0);
     return KelLong{0};
   });

@@ -75,10 +75,10 @@ class Program : public testing::Test {
     return kelra_test::RunChild(arguments, environment);
   }
 
-  // What the program says on standard error when it fails with `exitCode`.
-  static std::string Failure(const Texts& arguments, int exitCode) {
+  // What the program says on standard error when it fails with `exit_code`.
+  static std::string Failure(const Texts& arguments, int exit_code) {
     const ChildResult got = Kelra(arguments);
-    EXPECT_EQ(got.exitCode, exitCode) << got.err;
+    EXPECT_EQ(got.exit_code, exit_code) << got.err;
     EXPECT_EQ(got.out, "");
     EXPECT_TRUE(got.err.starts_with("kelra: ")) << got.err;
     EXPECT_EQ(std::count(got.err.begin(), got.err.end(), '\n'), 1) << got.err;
@@ -87,7 +87,7 @@ class Program : public testing::Test {
 
   static void Succeed(const Texts& arguments) {
     const ChildResult got = Kelra(arguments);
-    EXPECT_EQ(got.exitCode, 0);
+    EXPECT_EQ(got.exit_code, 0);
     EXPECT_EQ(got.out + got.err, "");
   }
 
@@ -259,7 +259,7 @@ TEST_F(Program, TellsWhatWasGotAndWhatWasExpected) {
   const std::string deep = MakeImage("deep.png", CV_16UC1);
   struct Case {
     Texts arguments;
-    int exitCode;
+    int exit_code;
     std::string told;
   };
   for (const Case& c : std::vector<Case>{
@@ -299,7 +299,7 @@ TEST_F(Program, TellsWhatWasGotAndWhatWasExpected) {
            {{"divide"}, 2, "kelra: divide: no such command"},
            {{"--colour"}, 2, "--colour"},
            {{}, 2, "no command given"}}) {
-    ExpectTold(Failure(c.arguments, c.exitCode), c.told);
+    ExpectTold(Failure(c.arguments, c.exit_code), c.told);
   }
 }
 
@@ -327,7 +327,7 @@ TEST_F(Program, TakesNegativeNumbersAndDashesBeforeFiles) {
   const ChildResult got = kelra_test::RunChild(
       {KELRA_PROGRAM, "add-const", "--value", "10", "--offset", "-10", "--", "-in.png", "out.png"},
       {}, folder_.Path().string());
-  EXPECT_EQ(got.exitCode, 0) << got.err;
+  EXPECT_EQ(got.exit_code, 0) << got.err;
   EXPECT_TRUE(Same(Read(File("out.png")), Gradient(40, 30, CV_8UC1)));
 }
 
@@ -419,7 +419,7 @@ TEST_F(Program, AHalfWrittenOutputLeavesTheOldOne) {
       "trap '' XFSZ; ulimit -f 100; exec \"" KELRA_PROGRAM "\" add-const in.bmp out.bmp --value 1";
   const ChildResult got =
       kelra_test::RunChild({"/bin/sh", "-c", command}, {}, folder_.Path().string());
-  EXPECT_EQ(got.exitCode, 1);
+  EXPECT_EQ(got.exit_code, 1);
   ExpectTold(got.err, "kelra: add-const: out.bmp: cannot write: File too large\n");
   EXPECT_EQ(ReadFile(File("out.bmp")), "old");
   EXPECT_EQ(FileNames(), (std::set<std::string>{"in.bmp", "out.bmp"}));
@@ -428,7 +428,7 @@ TEST_F(Program, AHalfWrittenOutputLeavesTheOldOne) {
 TEST_F(Program, VerboseTellsEachFile) {
   const std::string in = MakeImage("in.png", CV_16UC3);
   const ChildResult got = Kelra({"add-const", in, File("out.tif"), "--value", "1", "--verbose"});
-  EXPECT_EQ(got.exitCode, 0);
+  EXPECT_EQ(got.exit_code, 0);
   EXPECT_EQ(got.out, "");
   EXPECT_EQ(got.err, "kelra: add-const: " + in + " -> " + File("out.tif") +
                          " (40 x 30, 16-bit, 3 channels)\n");
@@ -439,7 +439,7 @@ TEST_F(Program, ShowsProgressOnATerminalOnly) {
   const std::string b = MakeImage("b.png");
   const Texts arguments = {KELRA_PROGRAM, "add-const", a, b, File("out/"), "--value", "1"};
   const ChildResult shown = kelra_test::RunChildOnTerminal(arguments);
-  EXPECT_EQ(shown.exitCode, 0);
+  EXPECT_EQ(shown.exit_code, 0);
   ExpectTold(shown.err, "] 1 of 2");
   ExpectTold(shown.err, "] 2 of 2");
   EXPECT_TRUE(shown.err.ends_with("\r\x1b[K")) << shown.err;
@@ -460,7 +460,7 @@ TEST_F(Program, TellsFailuresAboveTheProgressBar) {
   const std::string a = MakeImage("a.png");
   const ChildResult got = kelra_test::RunChildOnTerminal(
       {KELRA_PROGRAM, "add-const", a, File("missing.png"), File("out/"), "--value", "1"});
-  EXPECT_EQ(got.exitCode, 1);
+  EXPECT_EQ(got.exit_code, 1);
   ExpectTold(got.err, "\r\x1b[Kkelra: add-const: " + File("missing.png"));
 }
 
@@ -468,26 +468,28 @@ TEST_F(Program, LogsWithoutDisturbingItsOwnMessages) {
   const std::string in = MakeImage("in.png");
   const ChildResult got =
       Kelra({"add-const", in, File("out.png"), "--value", "1"}, {"KELRA_LOG=stderr"});
-  EXPECT_EQ(got.exitCode, 0);
+  EXPECT_EQ(got.exit_code, 0);
   ExpectTold(got.err, " KelImageOperation AddConst:");
 }
 
 TEST_F(Program, HelpListsTheCommandsAndVersionTellsTheVersion) {
   const ChildResult help = Kelra({"--help"});
-  EXPECT_EQ(help.exitCode, 0);
+  EXPECT_EQ(help.exit_code, 0);
   EXPECT_EQ(help.err, "");
   for (const char* name : {"add-const", "subtract-const", "multiply-const", "divide-const"}) {
     ExpectTold(help.out, std::string("\n  ") + name + " ");
   }
   const ChildResult version = Kelra({"--version"});
-  EXPECT_EQ(version.exitCode, 0);
+  EXPECT_EQ(version.exit_code, 0);
   EXPECT_EQ(version.out, "kelra " KELRA_VERSION "\n");
 }
 
 Texts Lines(const std::string& text) {
   Texts lines;
   std::istringstream stream(text);
-  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  for (std::string line; std::getline(stream, line);) {
+    lines.push_back(line);
+  }
   return lines;
 }
 
@@ -502,14 +504,14 @@ TEST_F(Program, HelpOfEveryCommandHasItsFormulaAndAnExampleThatRuns) {
     const std::size_t begin = example.find(' ') + 1;
     const std::string name = example.substr(begin, example.find(' ', begin) - begin);
     const ChildResult help = Kelra({name, "--help"});
-    EXPECT_EQ(help.exitCode, 0);
+    EXPECT_EQ(help.exit_code, 0);
     ExpectTold(help.out, "OUT = ");
     ExpectTold(help.out, "\nExample:\n  " + example + "\n");
 
     const std::set<std::string> before = FileNames();
     const ChildResult ran =
         kelra_test::RunChild({"/bin/sh", "-c", example}, {path}, folder_.Path().string());
-    EXPECT_EQ(ran.exitCode, 0) << ran.err;
+    EXPECT_EQ(ran.exit_code, 0) << ran.err;
     EXPECT_EQ(ran.out + ran.err, "");
     const std::set<std::string> after = FileNames();
     EXPECT_EQ(after.size(), before.size() + 1);

@@ -22,7 +22,7 @@ Command Declared() {
       .Run([](Call&, Options&) { return KelLong{0}; });
 }
 
-std::string Text(KelLong status, std::vector<KelImage> inputs) {
+std::string Text(KelLong status, const std::vector<KelImage>& inputs) {
   const Command command = Declared();
   Invocation invocation;
   invocation.command = &command;

@@ -40,15 +40,16 @@ std::string Refusal(std::string_view text) {
 
 template <class Shape>
 Shape ParsedShape(std::string_view text) {
-  const KelROI roi = Parsed<KelROI>(text);
+  const auto roi = Parsed<KelROI>(text);
   EXPECT_TRUE(std::holds_alternative<Shape>(roi.Shape())) << text;
   return std::get<Shape>(roi.Shape());
 }
 
 std::vector<std::vector<int>> RunsOf(const KelRegion& region) {
   std::vector<std::vector<int>> runs;
-  for (const KelRun& run : region.Runs())
+  for (const KelRun& run : region.Runs()) {
     runs.push_back({run.row, run.firstColumn, run.lastColumn});
+  }
   return runs;
 }
 
@@ -61,7 +62,9 @@ TEST(ValueParsing, WholeNumbers) {
   EXPECT_EQ(Parsed<int>("007"), 7);
   EXPECT_EQ(Parsed<int>("2147483647"), INT_MAX);
   EXPECT_EQ(Parsed<int>("-2147483648"), INT_MIN);
-  for (const std::string& text : kNoNumbers) EXPECT_NE(Refusal<int>(text), "") << text;
+  for (const std::string& text : kNoNumbers) {
+    EXPECT_NE(Refusal<int>(text), "") << text;
+  }
   for (const char* text : {"1.0", "1e3", "2147483648", "-2147483649", "99999999999999999999"}) {
     EXPECT_NE(Refusal<int>(text), "") << text;
   }
@@ -84,7 +87,9 @@ TEST(ValueParsing, FractionalNumbers) {
 
 TEST(ValueParsing, NumbersDoNotDependOnTheLocale) {
   for (const char* locale : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "C"}) {
-    if (std::setlocale(LC_ALL, locale) != nullptr) break;
+    if (std::setlocale(LC_ALL, locale) != nullptr) {
+      break;
+    }
   }
   EXPECT_EQ(Parsed<double>("1.5"), 1.5);
   EXPECT_NE(Refusal<double>("1,5"), "");
@@ -92,14 +97,14 @@ TEST(ValueParsing, NumbersDoNotDependOnTheLocale) {
 }
 
 TEST(ValueParsing, Points) {
-  const KelPoint point = Parsed<KelPoint>("3,-4.5");
+  const auto point = Parsed<KelPoint>("3,-4.5");
   EXPECT_EQ(point.x, 3.0);
   EXPECT_EQ(point.y, -4.5);
   for (const char* text : {"", "3", "3,", ",3", "3,4,5", "3;4", "3, 4", "nan,1", "1,inf"}) {
     EXPECT_NE(Refusal<KelPoint>(text), "") << text;
   }
 
-  const KelPointArray points = Parsed<KelPointArray>("1,2,3,4,5,6");
+  const auto points = Parsed<KelPointArray>("1,2,3,4,5,6");
   ASSERT_EQ(points.Length(), 3);
   EXPECT_EQ(points[2].x, 5.0);
   EXPECT_EQ(points[2].y, 6.0);
@@ -109,10 +114,10 @@ TEST(ValueParsing, Points) {
 }
 
 TEST(ValueParsing, Colours) {
-  const KelColorRGBA opaque = Parsed<KelColorRGBA>("1,2,3");
+  const auto opaque = Parsed<KelColorRGBA>("1,2,3");
   EXPECT_EQ((std::vector{opaque.red, opaque.green, opaque.blue, opaque.alpha}),
             (std::vector{1, 2, 3, 0}));
-  const KelColorRGBA full = Parsed<KelColorRGBA>("-1,65535,3,4");
+  const auto full = Parsed<KelColorRGBA>("-1,65535,3,4");
   EXPECT_EQ((std::vector{full.red, full.green, full.blue, full.alpha}),
             (std::vector{-1, 65535, 3, 4}));
   for (const char* text : {"", "1", "1,2", "1,2,3,4,5", "1,2,3.5", "red", "1,,2"}) {
@@ -192,7 +197,7 @@ TEST(ValueParsing, RunsOfATextFile) {
   const TemporaryFolder folder;
   const std::string path = folder / "runs, with: signs.txt";
   WriteFile(path, "# dents\n2 3 7\n\n \t5\t0 0   # one pixel\r\n-1 -4 2\n");
-  const KelRegion region = Parsed<KelRegion>("runs:" + path);
+  const auto region = Parsed<KelRegion>("runs:" + path);
   EXPECT_EQ(RunsOf(region), (std::vector<std::vector<int>>{{2, 3, 7}, {5, 0, 0}, {-1, -4, 2}}));
   EXPECT_EQ(region.Width(), 8);
   EXPECT_EQ(region.Height(), 6);
@@ -224,7 +229,7 @@ TEST(ValueParsing, MaskOfAnImageFile) {
   mask.at<unsigned char>(1, 3) = 255;
   mask.at<unsigned char>(3, 0) = 9;
   WriteImage(folder / "mask.png", KelImage(mask));
-  const KelRegion region = Parsed<KelRegion>("mask:" + (folder / "mask.png"));
+  const auto region = Parsed<KelRegion>("mask:" + (folder / "mask.png"));
   EXPECT_EQ(region.Width(), 6);
   EXPECT_EQ(region.Height(), 4);
   cv::Mat drawn = cv::Mat::zeros(4, 6, CV_8UC1);

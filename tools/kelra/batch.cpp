@@ -46,11 +46,11 @@ fs::path InFolder(const fs::path& folder, const std::string& input) {
 
 std::vector<Job> JobsIntoFolder(const std::vector<std::string>& inputs, const std::string& folder) {
   std::vector<Job> jobs;
-  std::map<fs::path, std::string> inputOf;
+  std::map<fs::path, std::string> input_of;
   for (const std::string& input : inputs) {
     const fs::path output = InFolder(folder, input);
-    const auto [other, isNew] = inputOf.emplace(output, input);
-    if (!isNew) {
+    const auto [other, is_new] = input_of.emplace(output, input);
+    if (!is_new) {
       throw UsageError(input + " and " + other->second + " would both be written to " +
                        output.string() + ", expected inputs of different names");
     }
@@ -63,7 +63,9 @@ std::vector<Job> JobsIntoFolder(const std::vector<std::string>& inputs, const st
 std::vector<Job> JobsOfEach(std::vector<std::string> files) {
   const std::string output = files.back();
   files.pop_back();
-  if (NamesFolder(output)) return JobsIntoFolder(files, output);
+  if (NamesFolder(output)) {
+    return JobsIntoFolder(files, output);
+  }
   if (files.size() > 1) {
     throw UsageError(output + " is not a folder, expected for " + std::to_string(files.size()) +
                      " inputs an existing folder, or a name with / at its end");
@@ -74,16 +76,23 @@ std::vector<Job> JobsOfEach(std::vector<std::string> files) {
 Job OneJob(std::vector<std::string> files) {
   const std::string output = files.back();
   files.pop_back();
-  if (!NamesFolder(output)) return {files, output};
-  if (files.empty()) throw UsageError(output + " is a folder, expected the name of a file");
+  if (!NamesFolder(output)) {
+    return {files, output};
+  }
+  if (files.empty()) {
+    throw UsageError(output + " is a folder, expected the name of a file");
+  }
   MakeFolder(output);
-  const fs::path inFolder = InFolder(output, files.front());
-  return {files, inFolder};
+  const fs::path in_folder = InFolder(output, files.front());
+  return {files, in_folder};
 }
 
 std::vector<Job> JobsOfMeasure(const std::vector<std::string>& files) {
   std::vector<Job> jobs;
-  for (const std::string& file : files) jobs.push_back({{file}, {}});
+  jobs.reserve(files.size());
+  for (const std::string& file : files) {
+    jobs.push_back({{file}, {}});
+  }
   return jobs;
 }
 
@@ -117,7 +126,9 @@ std::vector<Job> JobsOf(const Invocation& invocation) {
                      (files.size() == 1 ? " file" : " files") + ", expected " + FilesText(form));
   }
   for (const std::string& file : files) {
-    if (file.empty()) throw UsageError("got an empty file name, expected " + FilesText(form));
+    if (file.empty()) {
+      throw UsageError("got an empty file name, expected " + FilesText(form));
+    }
   }
   switch (form) {
     case Form::kEach:
@@ -134,9 +145,13 @@ std::vector<Job> JobsOf(const Invocation& invocation) {
 
 // The files that a message is about.
 std::string NameOf(const Job& job) {
-  if (job.inputs.empty()) return job.output.string();
+  if (job.inputs.empty()) {
+    return job.output.string();
+  }
   std::string name = job.inputs.front();
-  if (job.inputs.size() == 2) name += ", " + job.inputs[1];
+  if (job.inputs.size() == 2) {
+    name += ", " + job.inputs[1];
+  }
   if (job.inputs.size() > 2) {
     name += " and " + std::to_string(job.inputs.size() - 1) + " more";
   }
@@ -150,15 +165,21 @@ class Batch {
 
   bool Run() {
     const bool progress = jobs_.size() > 1 && console_.IsTerminal() && !invocation_.quiet;
-    if (progress) console_.BeginProgress(invocation_.command->name, jobs_.size());
+    if (progress) {
+      console_.BeginProgress(invocation_.command->name, jobs_.size());
+    }
     tbb::parallel_for(
         std::size_t{0}, jobs_.size(),
         [&](std::size_t index) {
           RunGuarded(index);
-          if (progress) console_.Step();
+          if (progress) {
+            console_.Step();
+          }
         },
         tbb::simple_partitioner());
-    if (progress) console_.EndProgress();
+    if (progress) {
+      console_.EndProgress();
+    }
     return PrintTexts() && !failed_;
   }
 
@@ -199,9 +220,13 @@ class Batch {
       Say(NameOf(job) + ": " + StatusText(status, invocation_, call.inputs));
       return;
     }
-    if (!job.output.empty()) WriteImage(job.output, call.output);
+    if (!job.output.empty()) {
+      WriteImage(job.output, call.output);
+    }
     *text = std::move(call.text);
-    if (invocation_.verbose) SayWritten(job, call.output);
+    if (invocation_.verbose) {
+      SayWritten(job, call.output);
+    }
   }
 
   void SayWritten(const Job& job, const KelImage& image) {
@@ -215,11 +240,17 @@ class Batch {
 
   bool PrintTexts() {
     for (std::size_t i = 0; i < jobs_.size(); ++i) {
-      if (texts_[i].empty()) continue;
-      if (jobs_.size() > 1) std::printf("%s: ", jobs_[i].inputs.front().c_str());
+      if (texts_[i].empty()) {
+        continue;
+      }
+      if (jobs_.size() > 1) {
+        std::printf("%s: ", jobs_[i].inputs.front().c_str());
+      }
       std::printf("%s\n", texts_[i].c_str());
     }
-    if (std::fflush(stdout) == 0) return true;
+    if (std::fflush(stdout) == 0) {
+      return true;
+    }
     console_.Say("standard output cannot be written");
     return false;
   }

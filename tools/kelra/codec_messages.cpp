@@ -11,8 +11,10 @@ namespace {
 thread_local std::string t_caught;
 
 void Catch(const char* text, std::size_t length) {
-  constexpr std::size_t kEnough = 1000;
-  if (t_caught.size() < kEnough) t_caught.append(text, length);
+  constexpr std::size_t enough = 1000;
+  if (t_caught.size() < enough) {
+    t_caught.append(text, length);
+  }
 }
 
 class CatchingBuffer final : public std::streambuf {
@@ -38,13 +40,17 @@ void CatchCStream() {
     return static_cast<ssize_t>(length);
   };
   std::FILE* catching = fopencookie(nullptr, "w", functions);
-  if (catching == nullptr) return;
+  if (catching == nullptr) {
+    return;
+  }
   std::setvbuf(catching, nullptr, _IONBF, 0);
   stderr = catching;
 }
 
 void RestoreCStream(std::FILE* stream) {
-  if (stderr == stream) return;
+  if (stderr == stream) {
+    return;
+  }
   std::fclose(stderr);
   stderr = stream;
 }
@@ -59,16 +65,16 @@ int IgnoreError(int, const char*, const char*, const char*, int, void*) { return
 
 CodecMessageCatcher::CodecMessageCatcher()
     : buffer_(std::make_unique<CatchingBuffer>()),
-      realBuffer_(std::cerr.rdbuf(buffer_.get())),
-      realStream_(stderr) {
+      real_buffer_(std::cerr.rdbuf(buffer_.get())),
+      real_stream_(stderr) {
   CatchCStream();
   cv::utils::logging::setLogLevel(cv::utils::logging::LOG_LEVEL_SILENT);
   cv::redirectError(&IgnoreError);  // the exception that follows carries the text
 }
 
 CodecMessageCatcher::~CodecMessageCatcher() {
-  std::cerr.rdbuf(realBuffer_);
-  RestoreCStream(realStream_);
+  std::cerr.rdbuf(real_buffer_);
+  RestoreCStream(real_stream_);
 }
 
 std::string TakeCodecMessage() {

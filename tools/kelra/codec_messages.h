@@ -20,8 +20,8 @@ class CodecMessageCatcher {
 
  private:
   const std::unique_ptr<std::streambuf> buffer_;
-  std::streambuf* const realBuffer_;
-  std::FILE* const realStream_;
+  std::streambuf* const real_buffer_;
+  std::FILE* const real_stream_;
 };
 
 // The first line that was caught on the calling thread since the last call, without a line end.

@@ -47,7 +47,7 @@ struct OptionSpec {
   std::string name;  // with its dashes
   std::string placeholder;
   std::string description;
-  std::string defaultText;  // parsed as if the user had given it
+  std::string default_text;  // parsed as if the user had given it
   bool required = false;
   // Sets the member that the option stands for.
   std::function<void(std::string_view text, std::any& options)> parse;
@@ -65,7 +65,7 @@ struct Command {
   std::string formula;
   std::string example;  // runs from the repository's root
   std::vector<OptionSpec> options;
-  std::string regionOption;                      // the option that holds a region, if there is one
+  std::string region_option;                     // the option that holds a region, if there is one
   std::map<KelLong, CheckedOption> checked;      // the statuses that tell of an option
   std::any defaults;                             // the options, before any text is parsed
   std::function<KelLong(Call&, std::any&)> run;  // `any` holds the options of this call alone
@@ -100,9 +100,9 @@ class CommandBuilder {
   }
 
   template <class Value>
-  CommandBuilder& Optional(std::string name, Value Options::*member, std::string defaultText,
-                           std::string description) {
-    Add(std::move(name), member, std::move(description)).defaultText = std::move(defaultText);
+  CommandBuilder& Optional(std::string name, Value Options::*member,
+                           const std::string& default_text, std::string description) {
+    Add(std::move(name), member, std::move(description)).default_text = default_text;
     return *this;
   }
 
@@ -119,7 +119,7 @@ class CommandBuilder {
 
   // --roi, the whole image unless given.
   CommandBuilder& Region(KelROI Options::*member) {
-    command_.regionOption = "--roi";
+    command_.region_option = "--roi";
     return Optional("--roi", member, "whole", "Where to work; the rest stays as it is");
   }
 

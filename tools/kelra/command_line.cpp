@@ -40,7 +40,9 @@ constexpr const char* kFooter =
 
 std::string Footer(const Command& command) {
   std::string text;
-  if (!command.regionOption.empty()) text += "\nREGION is one of\n" + RegionHelp();
+  if (!command.region_option.empty()) {
+    text += "\nREGION is one of\n" + RegionHelp();
+  }
   if (command.form == Form::kEach) {
     text +=
         "\nWith several inputs, or when it is a folder, OUT is the folder that the results go "
@@ -76,9 +78,9 @@ void AddOption(const OptionSpec& spec, CLI::App* app, Invocation* invocation) {
       },
       spec.description);
   option->type_name(spec.placeholder)->required(spec.required);
-  if (!spec.defaultText.empty()) {
-    option->default_str(spec.defaultText);
-    SetOption(spec, spec.defaultText, invocation);
+  if (!spec.default_text.empty()) {
+    option->default_str(spec.default_text);
+    SetOption(spec, spec.default_text, invocation);
   }
 }
 
@@ -98,7 +100,9 @@ struct CommandLine {
                           FilesText(command.form) + " [OPTIONS]"));
     sub->footer(Footer(command));
     sub->add_option("files", invocation->files)->group("");
-    for (const OptionSpec& spec : command.options) AddOption(spec, sub, invocation);
+    for (const OptionSpec& spec : command.options) {
+      AddOption(spec, sub, invocation);
+    }
     sub->add_flag("--quiet", invocation->quiet, "No progress bar and no warnings");
     sub->add_flag("--verbose", invocation->verbose, "A line for each file written");
     sub->set_help_flag("-h,--help", "This help");
@@ -111,7 +115,9 @@ struct CommandLine {
 
   Invocation* Chosen() {
     for (const auto& invocation : invocations) {
-      if (app.got_subcommand(invocation->command->name)) return invocation.get();
+      if (app.got_subcommand(invocation->command->name)) {
+        return invocation.get();
+      }
     }
     return nullptr;
   }
@@ -119,7 +125,9 @@ struct CommandLine {
 
 void PrintExamples() {
   for (const Family& family : Families()) {
-    for (const Command& command : family.commands) std::printf("%s\n", command.example.c_str());
+    for (const Command& command : family.commands) {
+      std::printf("%s\n", command.example.c_str());
+    }
   }
 }
 
@@ -127,14 +135,16 @@ void PrintExamples() {
 
 std::optional<Invocation> ParseCommandLine(int argc, const char* const* argv) {
   CommandLine line;
-  bool listExamples = false;
+  bool list_examples = false;
   line.app.formatter(Layout("Usage: kelra COMMAND FILES... [OPTIONS]"));
   line.app.footer(kFooter);
   line.app.set_help_flag("-h,--help", "This help");
   line.app.set_version_flag("--version", "kelra " KELRA_VERSION, "The program's version");
-  line.app.add_flag("--list-examples", listExamples)->group("");
+  line.app.add_flag("--list-examples", list_examples)->group("");
   for (const Family& family : Families()) {
-    for (const Command& command : family.commands) line.Add(command, family.title);
+    for (const Command& command : family.commands) {
+      line.Add(command, family.title);
+    }
   }
 
   if (argc > 1 && argv[1][0] != '-' && !line.Has(argv[1])) {
@@ -151,12 +161,14 @@ std::optional<Invocation> ParseCommandLine(int argc, const char* const* argv) {
     throw UsageError((name.empty() ? "" : name + ": ") + problem.what() + "; see 'kelra " +
                      (name.empty() ? "" : name + " ") + "--help'");
   }
-  if (listExamples) {
+  if (list_examples) {
     PrintExamples();
     return std::nullopt;
   }
   Invocation* chosen = line.Chosen();
-  if (chosen == nullptr) throw UsageError("no command given; 'kelra --help' lists them");
+  if (chosen == nullptr) {
+    throw UsageError("no command given; 'kelra --help' lists them");
+  }
   return std::move(*chosen);
 }
 

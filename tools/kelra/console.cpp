@@ -21,12 +21,14 @@ bool IsTerminalStream(std::FILE* stream) {
 
 }  // namespace
 
-Console::Console() : stream_(stderr), isTerminal_(IsTerminalStream(stream_)) {}
+Console::Console() : stream_(stderr), is_terminal_(IsTerminalStream(stream_)) {}
 
 void Console::Say(const std::string& text) {
   std::string line = "kelra: " + text;
   for (char& byte : line) {
-    if (byte == '\n' || byte == '\r') byte = ' ';
+    if (byte == '\n' || byte == '\r') {
+      byte = ' ';
+    }
   }
   line += '\n';
   const std::lock_guard lock(mutex_);
@@ -56,18 +58,22 @@ void Console::EndProgress() {
 }
 
 void Console::Draw() {
-  if (total_ == 0) return;
-  constexpr std::size_t kWidth = 30;
-  const std::size_t filled = done_ * kWidth / total_;
+  if (total_ == 0) {
+    return;
+  }
+  constexpr std::size_t bar_width = 30;
+  const std::size_t filled = done_ * bar_width / total_;
   const std::string bar = "\r" + label_ + " [" + std::string(filled, '#') +
-                          std::string(kWidth - filled, '.') + "] " + std::to_string(done_) +
+                          std::string(bar_width - filled, '.') + "] " + std::to_string(done_) +
                           " of " + std::to_string(total_);
   std::fwrite(bar.data(), 1, bar.size(), stream_);
   std::fflush(stream_);
 }
 
 void Console::Erase() {
-  if (total_ != 0) std::fputs("\r\x1b[K", stream_);
+  if (total_ != 0) {
+    std::fputs("\r\x1b[K", stream_);
+  }
 }
 
 }  // namespace KELRA::tool

@@ -18,7 +18,7 @@ class Console {
   // "kelra: text"; line ends within the text become spaces.
   void Say(const std::string& text);
 
-  bool IsTerminal() const { return isTerminal_; }
+  bool IsTerminal() const { return is_terminal_; }
 
   // Shows a bar until `total` steps have been made; Say prints above it.
   void BeginProgress(std::string label, std::size_t total);
@@ -30,7 +30,7 @@ class Console {
   void Erase();
 
   std::FILE* const stream_;
-  const bool isTerminal_;
+  const bool is_terminal_;
   std::mutex mutex_;
   std::string label_;
   std::size_t done_ = 0;

@@ -41,7 +41,9 @@ bool Has(const List& list, const Value& value) {
 
 std::string LowerCase(std::string text) {
   for (char& letter : text) {
-    if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+    if (letter >= 'A' && letter <= 'Z') {
+      letter = static_cast<char>(letter - 'A' + 'a');
+    }
   }
   return text;
 }
@@ -51,11 +53,15 @@ template <class Fits>
 std::string Endings(Fits fits) {
   std::vector<std::string_view> endings;
   for (const Format& format : Formats()) {
-    if (fits(format)) endings.push_back(format.endings.front());
+    if (fits(format)) {
+      endings.push_back(format.endings.front());
+    }
   }
   std::string text;
   for (std::size_t i = 0; i < endings.size(); ++i) {
-    if (i > 0) text += i + 1 == endings.size() ? " or " : ", ";
+    if (i > 0) {
+      text += i + 1 == endings.size() ? " or " : ", ";
+    }
     text += endings[i];
   }
   return text;
@@ -64,7 +70,9 @@ std::string Endings(Fits fits) {
 const Format& FormatOf(const std::filesystem::path& path) {
   const std::string ending = LowerCase(path.extension().string());
   for (const Format& format : Formats()) {
-    if (Has(format.endings, ending)) return format;
+    if (Has(format.endings, ending)) {
+      return format;
+    }
   }
   throw FileError(path, "the ending '" + ending + "' names no image format, expected " +
                             Endings([](const Format&) { return true; }));
@@ -72,7 +80,9 @@ const Format& FormatOf(const std::filesystem::path& path) {
 
 void CheckHolds(const Format& format, const std::filesystem::path& path, const KelImage& image) {
   const bool holds = Has(format.depths, image.BitDepth()) && Has(format.channels, image.Channels());
-  if (holds) return;
+  if (holds) {
+    return;
+  }
   const std::string fitting = Endings([&](const Format& other) {
     return Has(other.depths, image.BitDepth()) && Has(other.channels, image.Channels());
   });
@@ -86,21 +96,29 @@ void CheckHolds(const Format& format, const std::filesystem::path& path, const K
 // for the other formats it fails by itself.
 bool IsCutJpeg(const Bytes& bytes) {
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  constexpr std::string_view kStart = "\xFF\xD8\xFF";
-  constexpr std::string_view kScan = "\xFF\xDA";
-  constexpr std::string_view kEnd = "\xFF\xD9";
-  if (!text.starts_with(kStart)) return false;
-  const std::size_t scan = text.rfind(kScan);
-  return scan == std::string_view::npos || text.find(kEnd, scan) == std::string_view::npos;
+  constexpr std::string_view start_marker = "\xFF\xD8\xFF";
+  constexpr std::string_view scan_marker = "\xFF\xDA";
+  constexpr std::string_view end_marker = "\xFF\xD9";
+  if (!text.starts_with(start_marker)) {
+    return false;
+  }
+  const std::size_t scan = text.rfind(scan_marker);
+  return scan == std::string_view::npos || text.find(end_marker, scan) == std::string_view::npos;
 }
 
 }  // namespace
 
 ReadResult ReadImage(const std::filesystem::path& path) {
   const Bytes bytes = ReadWholeFile(path);
-  if (bytes.empty()) throw FileError(path, "is empty, expected an image");
-  if (bytes.size() > INT_MAX) throw FileError(path, "is larger than 2 GiB, expected an image");
-  if (IsCutJpeg(bytes)) throw FileError(path, "is cut off, expected a whole JPEG image");
+  if (bytes.empty()) {
+    throw FileError(path, "is empty, expected an image");
+  }
+  if (bytes.size() > INT_MAX) {
+    throw FileError(path, "is larger than 2 GiB, expected an image");
+  }
+  if (IsCutJpeg(bytes)) {
+    throw FileError(path, "is cut off, expected a whole JPEG image");
+  }
   TakeCodecMessage();
   cv::Mat decoded;
   std::string problem;
@@ -111,7 +129,9 @@ ReadResult ReadImage(const std::filesystem::path& path) {
   }
   const std::string message = TakeCodecMessage();
   if (decoded.empty()) {
-    if (problem.empty()) problem = message;
+    if (problem.empty()) {
+      problem = message;
+    }
     throw FileError(path, "cannot be read as an image" + (problem.empty() ? "" : ": " + problem));
   }
   return {KelImage(decoded), message};
@@ -140,11 +160,11 @@ std::string SizeText(const KelImage& image) {
 }
 
 std::string DepthText(KelImageType depth) {
-  constexpr std::array<const char*, 7> kNames = {"8-bit",         "8-bit signed",  "16-bit",
-                                                 "16-bit signed", "32-bit signed", "32-bit float",
-                                                 "64-bit float"};
+  constexpr std::array<const char*, 7> depth_names = {
+      "8-bit",         "8-bit signed", "16-bit",      "16-bit signed",
+      "32-bit signed", "32-bit float", "64-bit float"};
   const auto index = static_cast<std::size_t>(depth);
-  return index < kNames.size() ? kNames[index] : "unknown";
+  return index < depth_names.size() ? depth_names[index] : "unknown";
 }
 
 std::string ChannelText(int channels) {

@@ -12,7 +12,9 @@ constexpr int kWrongUsage = 2;
 
 int Run(int argc, char** argv, KELRA::tool::Console& console) {
   const auto invocation = KELRA::tool::ParseCommandLine(argc, argv);
-  if (!invocation) return 0;
+  if (!invocation) {
+    return 0;
+  }
   try {
     return KELRA::tool::RunCommand(*invocation, console) ? 0 : kFailure;
   } catch (const KELRA::tool::UsageError& problem) {

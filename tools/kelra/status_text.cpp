@@ -18,11 +18,15 @@ std::string Each(const Images& inputs, Property property) {
   std::vector<std::string> texts;
   for (const KelImage& image : inputs) {
     const std::string text = property(image);
-    if (std::find(texts.begin(), texts.end(), text) == texts.end()) texts.push_back(text);
+    if (std::find(texts.begin(), texts.end(), text) == texts.end()) {
+      texts.push_back(text);
+    }
   }
   std::string all;
   for (std::size_t i = 0; i < texts.size(); ++i) {
-    if (i > 0) all += i + 1 == texts.size() ? " and " : ", ";
+    if (i > 0) {
+      all += i + 1 == texts.size() ? " and " : ", ";
+    }
     all += texts[i];
   }
   return all;
@@ -145,20 +149,24 @@ constexpr StatusEntry kStatuses[] = {
 
 const StatusEntry* Find(KelLong status) {
   for (const StatusEntry& entry : kStatuses) {
-    if (entry.status == status) return &entry;
+    if (entry.status == status) {
+      return &entry;
+    }
   }
   return nullptr;
 }
 
 bool IsAboutRegion(KelLong status) {
-  constexpr KelLong kRegionLibrary = 1300;
-  return status == ERR_ROI_TYPE || status / 10000 == kRegionLibrary;
+  constexpr KelLong region_library = 1300;
+  return status == ERR_ROI_TYPE || status / 10000 == region_library;
 }
 
 // "--value 300: "
 std::string OptionText(const std::string& option, const Invocation& invocation) {
   const auto text = invocation.texts.find(option);
-  if (text == invocation.texts.end()) return "";
+  if (text == invocation.texts.end()) {
+    return "";
+  }
   return option + " " + text->second + ": ";
 }
 
@@ -177,7 +185,9 @@ std::string StatusText(KelLong status, const Invocation& invocation,
     const auto& [option, expectation] = checked->second;
     text = OptionText(option, invocation) + "must be " + expectation(inputs);
   } else {
-    if (IsAboutRegion(status)) text = OptionText(command.regionOption, invocation);
+    if (IsAboutRegion(status)) {
+      text = OptionText(command.region_option, invocation);
+    }
     text += entry != nullptr ? entry->meaning(inputs) : "the operation failed";
   }
   return text + " (" + number + ")";

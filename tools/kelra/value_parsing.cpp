@@ -24,7 +24,9 @@ std::optional<Number> ToNumber(std::string_view text) {
   Number number{};
   const char* end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc{} || stop != end) return std::nullopt;
+  if (error != std::errc{} || stop != end) {
+    return std::nullopt;
+  }
   return number;
 }
 
@@ -33,7 +35,9 @@ std::vector<std::string_view> Split(std::string_view text, char separator) {
   for (;;) {
     const std::size_t end = text.find(separator);
     parts.push_back(text.substr(0, end));
-    if (end == std::string_view::npos) return parts;
+    if (end == std::string_view::npos) {
+      return parts;
+    }
     text.remove_prefix(end + 1);
   }
 }
@@ -60,27 +64,33 @@ KelPointArray Points(const std::vector<double>& numbers, const std::string& expe
     throw BadValue("got " + CountText(numbers.size()) + ", expected " + expected);
   }
   KelPointArray points;
-  for (std::size_t i = 0; i < numbers.size(); i += 2) points.Append({numbers[i], numbers[i + 1]});
+  for (std::size_t i = 0; i < numbers.size(); i += 2) {
+    points.Append({numbers[i], numbers[i + 1]});
+  }
   return points;
 }
 
 std::vector<std::string_view> Words(std::string_view line) {
-  constexpr std::string_view kBlanks = " \t\r";
+  constexpr std::string_view blanks = " \t\r";
   std::vector<std::string_view> words;
-  for (std::size_t begin = line.find_first_not_of(kBlanks); begin != std::string_view::npos;) {
-    const std::size_t end = std::min(line.find_first_of(kBlanks, begin), line.size());
+  for (std::size_t begin = line.find_first_not_of(blanks); begin != std::string_view::npos;) {
+    const std::size_t end = std::min(line.find_first_of(blanks, begin), line.size());
     words.push_back(line.substr(begin, end - begin));
-    begin = line.find_first_not_of(kBlanks, end);
+    begin = line.find_first_not_of(blanks, end);
   }
   return words;
 }
 
 std::optional<KelRun> ToRun(const std::vector<std::string_view>& words) {
-  if (words.size() != 3) return std::nullopt;
+  if (words.size() != 3) {
+    return std::nullopt;
+  }
   const auto row = ToNumber<int>(words[0]);
   const auto first = ToNumber<int>(words[1]);
   const auto last = ToNumber<int>(words[2]);
-  if (!row || !first || !last || *last < *first) return std::nullopt;
+  if (!row || !first || !last || *last < *first) {
+    return std::nullopt;
+  }
   return KelRun{*row, *first, *last};
 }
 
@@ -93,14 +103,16 @@ KelRegion RunsOfFile(const std::string& path) {
   std::vector<KelRun> runs;
   int width = 0;
   int height = 0;
-  int lineNumber = 0;
+  int line_number = 0;
   for (const std::string_view line : Split(text, '\n')) {
-    ++lineNumber;
+    ++line_number;
     const auto words = Words(line.substr(0, line.find('#')));
-    if (words.empty()) continue;
+    if (words.empty()) {
+      continue;
+    }
     const auto run = ToRun(words);
     if (!run) {
-      throw FileError(path, "line " + std::to_string(lineNumber) + " is " + Quoted(line) +
+      throw FileError(path, "line " + std::to_string(line_number) + " is " + Quoted(line) +
                                 ", expected row, first and last column: three whole numbers, the "
                                 "last column not before the first");
     }
@@ -109,7 +121,9 @@ KelRegion RunsOfFile(const std::string& path) {
     height = std::max(height, ExtentUpTo(run->row));
   }
   KelRegion region(width, height);
-  for (const KelRun& run : runs) region.Append(run);
+  for (const KelRun& run : runs) {
+    region.Append(run);
+  }
   return region;
 }
 
@@ -179,7 +193,9 @@ KelROI PolygonOf(std::string_view arguments) {
 }
 
 KelRegion RegionOfFile(std::string_view kind, std::string_view path) {
-  if (path.empty()) throw BadValue("got no file, expected " + std::string(kind) + ":FILE");
+  if (path.empty()) {
+    throw BadValue("got no file, expected " + std::string(kind) + ":FILE");
+  }
   return kind == "mask" ? RegionOfMask(std::string(path)) : RunsOfFile(std::string(path));
 }
 
@@ -187,19 +203,25 @@ KelRegion RegionOfFile(std::string_view kind, std::string_view path) {
 
 void ParseValue(std::string_view text, int* value) {
   const auto number = ToNumber<int>(text);
-  if (!number) throw BadValue("expected a whole number from -2147483648 to 2147483647");
+  if (!number) {
+    throw BadValue("expected a whole number from -2147483648 to 2147483647");
+  }
   *value = *number;
 }
 
 void ParseValue(std::string_view text, float* value) {
   const auto number = ToNumber<float>(text);
-  if (!number) throw BadValue("expected a number that single precision can hold, such as 1.5");
+  if (!number) {
+    throw BadValue("expected a number that single precision can hold, such as 1.5");
+  }
   *value = *number;
 }
 
 void ParseValue(std::string_view text, double* value) {
   const auto number = ToNumber<double>(text);
-  if (!number) throw BadValue("expected a number, such as 1.5");
+  if (!number) {
+    throw BadValue("expected a number, such as 1.5");
+  }
   *value = *number;
 }
 
@@ -226,7 +248,9 @@ void ParseValue(std::string_view text, KelColorRGBA* value) {
   }
   for (std::size_t i = 0; i < parts.size(); ++i) {
     const auto number = ToNumber<int>(parts[i]);
-    if (!number) throw BadValue(Quoted(parts[i]) + " is no whole number, expected " + expected);
+    if (!number) {
+      throw BadValue(Quoted(parts[i]) + " is no whole number, expected " + expected);
+    }
     components[i] = *number;
   }
   *value = {components[0], components[1], components[2], components[3]};
@@ -251,7 +275,9 @@ void ParseValue(std::string_view text, KelROI* value) {
   if (colon != std::string_view::npos) {
     const std::string_view rest = text.substr(colon + 1);
     for (const Shape& shape : kShapes) {
-      if (kind != shape.name) continue;
+      if (kind != shape.name) {
+        continue;
+      }
       *value = ShapeOf(shape, rest);
       return;
     }
@@ -265,19 +291,23 @@ void ParseValue(std::string_view text, KelROI* value) {
     }
   }
   std::string expected = "expected whole";
-  for (const Shape& shape : kShapes) expected += ", " + FormOf(shape);
+  for (const Shape& shape : kShapes) {
+    expected += ", " + FormOf(shape);
+  }
   throw BadValue(expected + ", polygon:x1,y1,..., runs:FILE or mask:FILE");
 }
 
 std::string RegionHelp() {
-  constexpr std::size_t kMeaningColumn = 32;
+  constexpr std::size_t meaning_column = 32;
   std::string help;
   const auto line = [&](std::string form, std::string_view meaning) {
-    form.resize(std::max(form.size() + 1, kMeaningColumn), ' ');
+    form.resize(std::max(form.size() + 1, meaning_column), ' ');
     help += "  " + form + std::string(meaning) + "\n";
   };
   line("whole", "the whole image");
-  for (const Shape& shape : kShapes) line(FormOf(shape), shape.meaning);
+  for (const Shape& shape : kShapes) {
+    line(FormOf(shape), shape.meaning);
+  }
   line("polygon:x1,y1,x2,y2,...", "three or more corners");
   line("runs:FILE", "a text file: row, first and last column per line, # for comments");
   line("mask:FILE", "an image: the pixels that are not 0");

@@ -28,7 +28,9 @@ std::string SystemProblem(const char* what, int error = errno) {
 }
 
 bool ReachesDisk(std::FILE* file) {
-  if (std::fflush(file) != 0) return false;
+  if (std::fflush(file) != 0) {
+    return false;
+  }
 #if defined(_WIN32)
   return _commit(_fileno(file)) == 0;
 #else
@@ -47,13 +49,17 @@ class Replacement {
       path_ = target.parent_path() / (".kelra-" + std::to_string(number) + ".tmp");
       file_.reset(std::fopen(path_.string().c_str(), "wbx"));
     } while (!file_ && errno == EEXIST);
-    if (!file_) throw FileError(name, SystemProblem("cannot write"));
+    if (!file_) {
+      throw FileError(name, SystemProblem("cannot write"));
+    }
   }
 
   ~Replacement() {
     file_.reset();
     std::error_code ignored;
-    if (!path_.empty()) fs::remove(path_, ignored);
+    if (!path_.empty()) {
+      fs::remove(path_, ignored);
+    }
   }
 
   Replacement(const Replacement&) = delete;
@@ -63,7 +69,9 @@ class Replacement {
     const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) == bytes.size() &&
                          ReachesDisk(file_.get());
     const bool closed = std::fclose(file_.release()) == 0;
-    if (!written || !closed) throw FileError(name_, SystemProblem("cannot write"));
+    if (!written || !closed) {
+      throw FileError(name_, SystemProblem("cannot write"));
+    }
   }
 
   void TakePlace() {
@@ -72,7 +80,9 @@ class Replacement {
       fs::permissions(path_, old.permissions(), error);
     }
     fs::rename(path_, target_, error);
-    if (error) throw FileError(name_, "cannot write: " + error.message());
+    if (error) {
+      throw FileError(name_, "cannot write: " + error.message());
+    }
     path_.clear();
   }
 
@@ -94,15 +104,21 @@ fs::path BehindLinks(const fs::path& path) {
 
 Bytes ReadWholeFile(const fs::path& path) {
   std::error_code error;
-  if (fs::is_directory(path, error)) throw FileError(path, "is a folder, expected a file");
+  if (fs::is_directory(path, error)) {
+    throw FileError(path, "is a folder, expected a file");
+  }
   const File file(std::fopen(path.string().c_str(), "rb"));
-  if (!file) throw FileError(path, SystemProblem("cannot read"));
+  if (!file) {
+    throw FileError(path, SystemProblem("cannot read"));
+  }
   Bytes bytes;
   unsigned char part[1 << 16];
   while (const std::size_t got = std::fread(part, 1, sizeof(part), file.get())) {
     bytes.insert(bytes.end(), part, part + got);
   }
-  if (std::ferror(file.get()) != 0) throw FileError(path, SystemProblem("cannot read"));
+  if (std::ferror(file.get()) != 0) {
+    throw FileError(path, SystemProblem("cannot read"));
+  }
   return bytes;
 }
 
@@ -111,7 +127,9 @@ void WriteWholeFile(const fs::path& path, const Bytes& bytes) {
   std::error_code error;
   const fs::file_status old = fs::status(target, error);
   if (fs::exists(old)) {
-    if (!fs::is_regular_file(old)) throw FileError(path, "is not a file that can be replaced");
+    if (!fs::is_regular_file(old)) {
+      throw FileError(path, "is not a file that can be replaced");
+    }
     // Replacing would get around a file's write protection.
     if (!File(std::fopen(target.string().c_str(), "r+b"))) {
       throw FileError(path, SystemProblem("cannot write"));

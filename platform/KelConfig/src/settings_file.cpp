@@ -39,16 +39,22 @@ void Report(const std::string& problem) {
 void ReportValue(const std::string& where, std::string_view got, std::string_view expected) {
   std::string shown(got);
   for (char& byte : shown) {
-    if (static_cast<unsigned char>(byte) < 0x20 || byte == 0x7f) byte = '?';
+    if (static_cast<unsigned char>(byte) < 0x20 || byte == 0x7f) {
+      byte = '?';
+    }
   }
   Report(where + " is '" + shown + "', expected " + std::string(expected) +
          "; the default is used");
 }
 
 std::optional<bool> ToBoolean(const toml::node& node) {
-  if (const auto flag = node.value_exact<bool>()) return flag;
+  if (const auto flag = node.value_exact<bool>()) {
+    return flag;
+  }
   const auto number = node.value_exact<std::int64_t>();
-  if (number && (*number == 0 || *number == 1)) return *number == 1;
+  if (number && (*number == 0 || *number == 1)) {
+    return *number == 1;
+  }
   return std::nullopt;
 }
 
@@ -62,8 +68,12 @@ std::optional<int> ToInteger(const toml::node& node) {
 }
 
 std::optional<bool> ToBoolean(std::string_view text) {
-  if (text == "true" || text == "1") return true;
-  if (text == "false" || text == "0") return false;
+  if (text == "true" || text == "1") {
+    return true;
+  }
+  if (text == "false" || text == "0") {
+    return false;
+  }
   return std::nullopt;
 }
 
@@ -71,7 +81,9 @@ std::optional<int> ToInteger(std::string_view text) {
   int number = 0;
   const char* end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number);
-  if (error != std::errc{} || stop != end) return std::nullopt;
+  if (error != std::errc{} || stop != end) {
+    return std::nullopt;
+  }
   return number;
 }
 
@@ -84,10 +96,10 @@ std::string Written(const toml::node& node) {
 // Takes the setting from the file, if it is there, and then from the environment.
 template <class Value, class FromNode, class FromText>
 void Read(const toml::table& table, std::string_view file, const char* key, const char* variable,
-          FromNode fromNode, FromText fromText, std::string_view expected, Value* value) {
+          FromNode from_node, FromText from_text, std::string_view expected, Value* value) {
   const Value initial = *value;
   if (const toml::node* node = table.get(key)) {
-    if (const auto got = fromNode(*node)) {
+    if (const auto got = from_node(*node)) {
       *value = *got;
     } else {
       ReportValue(std::string(file) + ": " + key + " in [" + std::string(kTable) + "]",
@@ -95,8 +107,10 @@ void Read(const toml::table& table, std::string_view file, const char* key, cons
     }
   }
   const char* text = std::getenv(variable);
-  if (text == nullptr || *text == '\0') return;
-  if (const auto got = fromText(std::string_view(text))) {
+  if (text == nullptr || *text == '\0') {
+    return;
+  }
+  if (const auto got = from_text(std::string_view(text))) {
     *value = *got;
   } else {
     *value = initial;
@@ -128,12 +142,18 @@ std::optional<std::string> Contents(const std::string& path) {
 
 // The settings table of the file; empty when there is no file, or none that can be used.
 toml::table ReadTable(const std::string& path) try {
-  if (path.empty()) return {};
+  if (path.empty()) {
+    return {};
+  }
   const auto text = Contents(path);
-  if (!text) return {};
+  if (!text) {
+    return {};
+  }
   toml::table file = toml::parse(*text, path);
   toml::node* node = file.get(kTable);
-  if (node == nullptr) return {};
+  if (node == nullptr) {
+    return {};
+  }
   if (!node->is_table()) {
     ReportValue(path + ": " + std::string(kTable), Written(*node), "a table");
     return {};
@@ -177,7 +197,9 @@ const Settings& ProcessSettings() {
 
 template <class Value>
 KelLong Give(Value Settings::*setting, Value* value) {
-  if (value == nullptr) return KEL_CONFIG_ERR_OUTPUT;
+  if (value == nullptr) {
+    return KEL_CONFIG_ERR_OUTPUT;
+  }
   *value = ProcessSettings().*setting;
   return 0;
 }

@@ -40,13 +40,16 @@ class BitmapTable {
       last_ = last_ == INT32_MAX ? 1 : last_ + 1;
     } while (bitmaps_.count(last_) != 0);
     bitmaps_.emplace(last_, std::move(bitmap));
-    return reinterpret_cast<HBITMAP>(last_);
+    // A handle is a number, not an address.
+    return reinterpret_cast<HBITMAP>(last_);  // NOLINT(performance-no-int-to-ptr)
   }
 
   bool Find(void* handle, BITMAP* record) const {
     const std::lock_guard lock(mutex_);
     const auto found = bitmaps_.find(reinterpret_cast<std::intptr_t>(handle));
-    if (found == bitmaps_.end()) return false;
+    if (found == bitmaps_.end()) {
+      return false;
+    }
     *record = found->second.record;
     return true;
   }
@@ -72,18 +75,24 @@ BitmapTable& Bitmaps() {
 
 HBITMAP CreateBitmap(int width, int height, unsigned planes, unsigned bitsPerPixel,
                      const void* bits) {
-  if (width < 1 || height < 1 || planes != 1 || !IsBitmapDepth(bitsPerPixel)) return nullptr;
-  const std::int64_t widthBytes = (std::int64_t{width} * bitsPerPixel + 15) / 16 * 2;
-  if (widthBytes > INT32_MAX / height) return nullptr;
-  const auto byteCount = static_cast<std::size_t>(widthBytes * height);
+  if (width < 1 || height < 1 || planes != 1 || !IsBitmapDepth(bitsPerPixel)) {
+    return nullptr;
+  }
+  const std::int64_t width_bytes = (std::int64_t{width} * bitsPerPixel + 15) / 16 * 2;
+  if (width_bytes > INT32_MAX / height) {
+    return nullptr;
+  }
+  const auto byte_count = static_cast<std::size_t>(width_bytes * height);
 
   try {
-    auto copy = std::make_unique<std::byte[]>(byteCount);
-    if (bits != nullptr) std::memcpy(copy.get(), bits, byteCount);
+    auto copy = std::make_unique<std::byte[]>(byte_count);
+    if (bits != nullptr) {
+      std::memcpy(copy.get(), bits, byte_count);
+    }
     const BITMAP record{.bmType = 0,
                         .bmWidth = width,
                         .bmHeight = height,
-                        .bmWidthBytes = static_cast<std::int32_t>(widthBytes),
+                        .bmWidthBytes = static_cast<std::int32_t>(width_bytes),
                         .bmPlanes = 1,
                         .bmBitsPixel = static_cast<std::uint16_t>(bitsPerPixel),
                         .bmBits = copy.get()};
@@ -94,13 +103,19 @@ HBITMAP CreateBitmap(int width, int height, unsigned planes, unsigned bitsPerPix
 }
 
 int GetObjectW(void* handle, int size, void* record) {
-  constexpr int kRecordSize = sizeof(BITMAP);
+  constexpr int record_size = sizeof(BITMAP);
   BITMAP found;
-  if (!Bitmaps().Find(handle, &found)) return 0;
-  if (record == nullptr) return kRecordSize;
-  if (size < kRecordSize) return 0;
+  if (!Bitmaps().Find(handle, &found)) {
+    return 0;
+  }
+  if (record == nullptr) {
+    return record_size;
+  }
+  if (size < record_size) {
+    return 0;
+  }
   std::memcpy(record, &found, sizeof(found));
-  return kRecordSize;
+  return record_size;
 }
 
 int DeleteObject(void* handle) { return Bitmaps().Erase(handle) ? 1 : 0; }

@@ -29,7 +29,9 @@ class RecordSink final : public spdlog::sinks::base_sink<std::mutex> {
   void sink_it_(const spdlog::details::log_msg& record) override {
     spdlog::memory_buf_t text;
     formatter_->format(record, text);
-    if (std::fwrite(text.data(), 1, text.size(), stream_) == text.size() || failed_) return;
+    if (std::fwrite(text.data(), 1, text.size(), stream_) == text.size() || failed_) {
+      return;
+    }
     failed_ = true;
     std::fprintf(stderr, "KelLog: cannot write a record: %s\n",
                  std::generic_category().message(errno).c_str());
@@ -43,7 +45,9 @@ class RecordSink final : public spdlog::sinks::base_sink<std::mutex> {
 };
 
 std::FILE* OpenTarget(const char* target) {
-  if (std::strcmp(target, "stderr") == 0) return stderr;
+  if (std::strcmp(target, "stderr") == 0) {
+    return stderr;
+  }
   std::FILE* file = nullptr;
   if (spdlog::details::os::fopen_s(&file, target, "ab")) {
     std::fprintf(stderr, "KelLog: KELRA_LOG: cannot append to '%s': %s; logging stays off\n",
@@ -55,10 +59,14 @@ std::FILE* OpenTarget(const char* target) {
 
 spdlog::logger* Open() noexcept {
   const char* target = std::getenv("KELRA_LOG");
-  if (target == nullptr || *target == '\0' || std::strcmp(target, "off") == 0) return nullptr;
+  if (target == nullptr || *target == '\0' || std::strcmp(target, "off") == 0) {
+    return nullptr;
+  }
   try {
     std::FILE* stream = OpenTarget(target);
-    if (stream == nullptr) return nullptr;
+    if (stream == nullptr) {
+      return nullptr;
+    }
     auto logger = std::make_unique<spdlog::logger>("KELRA", std::make_shared<RecordSink>(stream));
     logger->set_formatter(std::make_unique<spdlog::pattern_formatter>(
         "%Y-%m-%dT%H:%M:%S.%f%z [%t] %v", spdlog::pattern_time_type::local, "\n"));
@@ -71,7 +79,7 @@ spdlog::logger* Open() noexcept {
 
 // Null when logging is off. Set while the library is loaded, before the libraries that log through
 // it, and never freed, so that their load-time and unload-time code may log too.
-spdlog::logger* const g_logger = Open();
+spdlog::logger* g_logger = Open();
 
 const char* TextOrNull(const char* text) { return text == nullptr ? "(null)" : text; }
 
@@ -96,7 +104,9 @@ KelFastLoggerPrivate::~KelFastLoggerPrivate() = default;
 
 KelLong KelFastLoggerPrivate::Log(const char* message, const char* module, const char* function,
                                   int line) {
-  if (g_logger != nullptr) Write(message, module, function, line);
+  if (g_logger != nullptr) {
+    Write(message, module, function, line);
+  }
   return 0;
 }
 

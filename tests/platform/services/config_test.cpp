@@ -30,13 +30,15 @@ ChildResult QueryFile(const std::string& toml, Texts environment = {}) {
 
 std::size_t Lines(const std::string& text) {
   std::size_t lines = 0;
-  for (const char byte : text) lines += byte == '\n' ? 1 : 0;
+  for (const char byte : text) {
+    lines += byte == '\n' ? 1 : 0;
+  }
   return lines;
 }
 
 TEST(Config, WithoutFileAndEnvironmentGivesDefaultsSilently) {
   const ChildResult got = Query({});
-  EXPECT_EQ(got.exitCode, 0);
+  EXPECT_EQ(got.exit_code, 0);
   EXPECT_EQ(got.out, kDefaults);
   EXPECT_EQ(got.err, "");
 }
@@ -81,37 +83,50 @@ struct BadCase {
 };
 
 TEST(Config, ReportsABadValueOnceAndLeavesItsDefault) {
-  const char* kBoolean = "expected true or false, or 1 or 0";
-  const char* kInteger = "expected a decimal integer from -2147483648 to 2147483647";
+  const char* boolean_expected = "expected true or false, or 1 or 0";
+  const char* integer_expected = "expected a decimal integer from -2147483648 to 2147483647";
   const std::vector<BadCase> cases = {
-      {"[image_operation]\ngpu = 2\ntbb = 1", {}, "false 0 1\n", {"gpu", "'2'", kBoolean}},
-      {"[image_operation]\ngpu = 'yes'", {}, kDefaults, {"gpu", "yes", kBoolean}},
-      {"[image_operation]\ngpu = 1.0", {}, kDefaults, {"gpu", "'1.0'", kBoolean}},
-      {"[image_operation]\nefficiency = true", {}, kDefaults, {"efficiency", "'true'", kInteger}},
-      {"[image_operation]\ntbb = 2147483648", {}, kDefaults, {"tbb", "'2147483648'", kInteger}},
-      {"[image_operation]\ntbb = -2147483649", {}, kDefaults, {"tbb", kInteger}},
-      {"[image_operation]\ntbb = {a = 1}", {}, kDefaults, {"tbb", kInteger}},
+      {"[image_operation]\ngpu = 2\ntbb = 1", {}, "false 0 1\n", {"gpu", "'2'", boolean_expected}},
+      {"[image_operation]\ngpu = 'yes'", {}, kDefaults, {"gpu", "yes", boolean_expected}},
+      {"[image_operation]\ngpu = 1.0", {}, kDefaults, {"gpu", "'1.0'", boolean_expected}},
+      {"[image_operation]\nefficiency = true",
+       {},
+       kDefaults,
+       {"efficiency", "'true'", integer_expected}},
+      {"[image_operation]\ntbb = 2147483648",
+       {},
+       kDefaults,
+       {"tbb", "'2147483648'", integer_expected}},
+      {"[image_operation]\ntbb = -2147483649", {}, kDefaults, {"tbb", integer_expected}},
+      {"[image_operation]\ntbb = {a = 1}", {}, kDefaults, {"tbb", integer_expected}},
       {"image_operation = 3", {}, kDefaults, {"image_operation", "'3'", "a table"}},
       {"[image_operation\ngpu = true", {}, kDefaults, {"is not TOML", "line 1"}},
       {"\xff\xfe", {}, kDefaults, {"is not TOML"}},
-      {"", {"KELRA_GPU=TRUE"}, kDefaults, {"KELRA_GPU is 'TRUE'", kBoolean}},
-      {"", {"KELRA_GPU=2"}, kDefaults, {"KELRA_GPU is '2'", kBoolean}},
-      {"", {"KELRA_EFFICIENCY=1.5"}, kDefaults, {"KELRA_EFFICIENCY is '1.5'", kInteger}},
-      {"", {"KELRA_EFFICIENCY= 1"}, kDefaults, {"KELRA_EFFICIENCY is ' 1'", kInteger}},
-      {"", {"KELRA_EFFICIENCY=+1"}, kDefaults, {"KELRA_EFFICIENCY is '+1'", kInteger}},
-      {"", {"KELRA_TBB=0x10"}, kDefaults, {"KELRA_TBB is '0x10'", kInteger}},
-      {"", {"KELRA_TBB=2147483648"}, kDefaults, {"KELRA_TBB is '2147483648'", kInteger}},
-      {"", {"KELRA_TBB=1\n2"}, kDefaults, {"KELRA_TBB is '1?2'", kInteger}},
-      {"[image_operation]\ntbb = 7", {"KELRA_TBB=x"}, kDefaults, {"KELRA_TBB is 'x'", kInteger}},
-      {"[image_operation]\ntbb = 'x'", {"KELRA_TBB=7"}, "false 0 7\n", {"tbb", "x", kInteger}},
+      {"", {"KELRA_GPU=TRUE"}, kDefaults, {"KELRA_GPU is 'TRUE'", boolean_expected}},
+      {"", {"KELRA_GPU=2"}, kDefaults, {"KELRA_GPU is '2'", boolean_expected}},
+      {"", {"KELRA_EFFICIENCY=1.5"}, kDefaults, {"KELRA_EFFICIENCY is '1.5'", integer_expected}},
+      {"", {"KELRA_EFFICIENCY= 1"}, kDefaults, {"KELRA_EFFICIENCY is ' 1'", integer_expected}},
+      {"", {"KELRA_EFFICIENCY=+1"}, kDefaults, {"KELRA_EFFICIENCY is '+1'", integer_expected}},
+      {"", {"KELRA_TBB=0x10"}, kDefaults, {"KELRA_TBB is '0x10'", integer_expected}},
+      {"", {"KELRA_TBB=2147483648"}, kDefaults, {"KELRA_TBB is '2147483648'", integer_expected}},
+      {"", {"KELRA_TBB=1\n2"}, kDefaults, {"KELRA_TBB is '1?2'", integer_expected}},
+      {"[image_operation]\ntbb = 7",
+       {"KELRA_TBB=x"},
+       kDefaults,
+       {"KELRA_TBB is 'x'", integer_expected}},
+      {"[image_operation]\ntbb = 'x'",
+       {"KELRA_TBB=7"},
+       "false 0 7\n",
+       {"tbb", "x", integer_expected}},
   };
   for (const BadCase& c : cases) {
     SCOPED_TRACE(std::string(c.toml) + (c.environment.empty() ? "" : c.environment.front()));
     const ChildResult got = QueryFile(c.toml, c.environment);
     EXPECT_EQ(got.out, c.settings);
     EXPECT_EQ(Lines(got.err), 1U) << got.err;
-    for (const std::string& part : c.told)
+    for (const std::string& part : c.told) {
       EXPECT_NE(got.err.find(part), std::string::npos) << got.err;
+    }
   }
 }
 
@@ -138,7 +153,7 @@ TEST(Config, ReportsAFolderInPlaceOfTheFile) {
 
 TEST(Config, ConcurrentFirstQueriesAgreeAndReportOnce) {
   const ChildResult got = Query({"KELRA_EFFICIENCY=3", "KELRA_TBB=x"});
-  EXPECT_EQ(got.exitCode, 0) << got.err;
+  EXPECT_EQ(got.exit_code, 0) << got.err;
   EXPECT_EQ(got.out, "false 3 0\n");
   EXPECT_EQ(Lines(got.err), 1U) << got.err;
 }

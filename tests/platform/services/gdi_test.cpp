@@ -20,8 +20,8 @@ BITMAP Record(HBITMAP handle) {
 TEST(Gdi, RowsArePaddedToSixteenBits) {
   struct Case {
     int width;
-    unsigned bitsPerPixel;
-    int widthBytes;
+    unsigned bits_per_pixel;
+    int width_bytes;
   };
   for (const Case& c : std::vector<Case>{{1, 1, 2},
                                          {16, 1, 2},
@@ -35,17 +35,17 @@ TEST(Gdi, RowsArePaddedToSixteenBits) {
                                          {1, 24, 4},
                                          {2, 24, 6},
                                          {3, 32, 12}}) {
-    SCOPED_TRACE(testing::Message() << c.width << " x " << c.bitsPerPixel);
-    const HBITMAP handle = CreateBitmap(c.width, 3, 1, c.bitsPerPixel, nullptr);
+    SCOPED_TRACE(testing::Message() << c.width << " x " << c.bits_per_pixel);
+    HBITMAP handle = CreateBitmap(c.width, 3, 1, c.bits_per_pixel, nullptr);
     ASSERT_NE(handle, nullptr);
     const BITMAP record = Record(handle);
     EXPECT_EQ(record.bmType, 0);
     EXPECT_EQ(record.bmWidth, c.width);
     EXPECT_EQ(record.bmHeight, 3);
-    EXPECT_EQ(record.bmWidthBytes, c.widthBytes);
+    EXPECT_EQ(record.bmWidthBytes, c.width_bytes);
     EXPECT_EQ(record.bmPlanes, 1);
-    EXPECT_EQ(record.bmBitsPixel, c.bitsPerPixel);
-    const std::vector<unsigned char> zeros(static_cast<std::size_t>(c.widthBytes) * 3);
+    EXPECT_EQ(record.bmBitsPixel, c.bits_per_pixel);
+    const std::vector<unsigned char> zeros(static_cast<std::size_t>(c.width_bytes) * 3);
     EXPECT_EQ(std::memcmp(record.bmBits, zeros.data(), zeros.size()), 0);
     EXPECT_EQ(DeleteObject(handle), 1);
   }
@@ -54,7 +54,7 @@ TEST(Gdi, RowsArePaddedToSixteenBits) {
 TEST(Gdi, KeepsACopyOfTheBits) {
   std::vector<unsigned char> bits = {1, 2, 3, 0, 4, 5, 6, 0};
   const std::vector<unsigned char> original = bits;
-  const HBITMAP handle = CreateBitmap(3, 2, 1, 8, bits.data());
+  HBITMAP handle = CreateBitmap(3, 2, 1, 8, bits.data());
   bits.assign(bits.size(), 99);
   EXPECT_EQ(std::memcmp(Record(handle).bmBits, original.data(), original.size()), 0);
   EXPECT_EQ(DeleteObject(handle), 1);
@@ -63,7 +63,7 @@ TEST(Gdi, KeepsACopyOfTheBits) {
 TEST(Gdi, RefusesSizesAndDepthsThatMakeNoBitmap) {
   struct Case {
     int width, height;
-    unsigned planes, bitsPerPixel;
+    unsigned planes, bits_per_pixel;
   };
   for (const Case& c : std::vector<Case>{{0, 1, 1, 8},
                                          {1, 0, 1, 8},
@@ -79,13 +79,13 @@ TEST(Gdi, RefusesSizesAndDepthsThatMakeNoBitmap) {
                                          {INT_MAX, INT_MAX, 1, 1},
                                          {INT_MAX, 1, 1, 32},
                                          {1 << 16, 1 << 15, 1, 8}}) {
-    EXPECT_EQ(CreateBitmap(c.width, c.height, c.planes, c.bitsPerPixel, nullptr), nullptr)
-        << c.width << " x " << c.height << ", " << c.planes << " x " << c.bitsPerPixel;
+    EXPECT_EQ(CreateBitmap(c.width, c.height, c.planes, c.bits_per_pixel, nullptr), nullptr)
+        << c.width << " x " << c.height << ", " << c.planes << " x " << c.bits_per_pixel;
   }
 }
 
 TEST(Gdi, GetObjectChecksHandleAndBuffer) {
-  const HBITMAP handle = CreateBitmap(2, 2, 1, 8, nullptr);
+  HBITMAP handle = CreateBitmap(2, 2, 1, 8, nullptr);
   unsigned char bytes[64];
   std::memset(bytes, 0xAA, sizeof(bytes));
   EXPECT_EQ(GetObjectW(handle, 0, nullptr), 32);
@@ -101,12 +101,12 @@ TEST(Gdi, GetObjectChecksHandleAndBuffer) {
 }
 
 TEST(Gdi, AHandleIsStaleAfterItsBitmap) {
-  const HBITMAP handle = CreateBitmap(2, 2, 1, 8, nullptr);
+  HBITMAP handle = CreateBitmap(2, 2, 1, 8, nullptr);
   EXPECT_EQ(DeleteObject(handle), 1);
   EXPECT_EQ(DeleteObject(handle), 0);
   EXPECT_EQ(DeleteObject(nullptr), 0);
   for (int i = 0; i < 1000; ++i) {
-    const HBITMAP other = CreateBitmap(2, 2, 1, 8, nullptr);
+    HBITMAP other = CreateBitmap(2, 2, 1, 8, nullptr);
     EXPECT_NE(other, handle);
     BITMAP record;
     EXPECT_EQ(GetObjectW(handle, sizeof(record), &record), 0);
@@ -115,26 +115,30 @@ TEST(Gdi, AHandleIsStaleAfterItsBitmap) {
 }
 
 TEST(Gdi, HandlesOfConcurrentThreadsAreDistinctAndFitThirtyTwoBits) {
-  constexpr int kThreads = 8;
-  constexpr int kBitmaps = 500;
-  std::vector<std::vector<HBITMAP>> made(kThreads);
+  constexpr int thread_count = 8;
+  constexpr int bitmap_count = 500;
+  std::vector<std::vector<HBITMAP>> made(thread_count);
   std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
+  for (int t = 0; t < thread_count; ++t) {
     threads.emplace_back([&handles = made[static_cast<std::size_t>(t)], t] {
-      for (int i = 0; i < kBitmaps; ++i) {
+      for (int i = 0; i < bitmap_count; ++i) {
         const std::uint16_t pixels[2] = {static_cast<std::uint16_t>(t),
                                          static_cast<std::uint16_t>(i)};
         handles.push_back(CreateBitmap(2, 1, 1, 16, pixels));
-        if (i % 2 == 1) DeleteObject(std::exchange(handles[handles.size() - 2], nullptr));
+        if (i % 2 == 1) {
+          DeleteObject(std::exchange(handles[handles.size() - 2], nullptr));
+        }
       }
     });
   }
-  for (std::thread& thread : threads) thread.join();
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
 
   std::set<HBITMAP> distinct;
-  for (int t = 0; t < kThreads; ++t) {
-    for (int i = 1; i < kBitmaps; i += 2) {
-      const HBITMAP handle = made[static_cast<std::size_t>(t)][static_cast<std::size_t>(i)];
+  for (int t = 0; t < thread_count; ++t) {
+    for (int i = 1; i < bitmap_count; i += 2) {
+      HBITMAP handle = made[static_cast<std::size_t>(t)][static_cast<std::size_t>(i)];
       const auto value = reinterpret_cast<std::intptr_t>(handle);
       EXPECT_GT(value, 0);
       EXPECT_LE(value, INT32_MAX);
@@ -146,7 +150,7 @@ TEST(Gdi, HandlesOfConcurrentThreadsAreDistinctAndFitThirtyTwoBits) {
       EXPECT_EQ(DeleteObject(handle), 1);
     }
   }
-  EXPECT_EQ(distinct.size(), static_cast<std::size_t>(kThreads * kBitmaps / 2));
+  EXPECT_EQ(distinct.size(), static_cast<std::size_t>(thread_count * bitmap_count / 2));
 }
 
 }  // namespace

@@ -15,7 +15,7 @@ struct Operation {
   const char* summary;
   const char* formula;
   const char* example;
-  int lowestValue;
+  int lowest_value;
   KelLong (KelImageOperation::*method)(KelImage&, KelROI&, KelImage*, int, float, float);
 };
 
@@ -46,12 +46,12 @@ Command Declare(const Operation& operation) {
       .Formula(operation.formula)
       .Example(operation.example)
       .Required("--value", &Options::value,
-                "The constant, " + std::to_string(operation.lowestValue) +
+                "The constant, " + std::to_string(operation.lowest_value) +
                     " to 255 for 8-bit and to 65535 for 16-bit images")
       .Optional("--scale", &Options::scale, "1", "Factor of the intermediate result")
       .Optional("--offset", &Options::offset, "0", "Added after scaling")
       .Region(&Options::roi)
-      .Checked(ERR_PARAM_1, "--value", SampleRange(operation.lowestValue))
+      .Checked(ERR_PARAM_1, "--value", SampleRange(operation.lowest_value))
       .Run([method = operation.method](Call& call, Options& options) {
         return (call.operation.*method)(call.inputs[0], options.roi, &call.output, options.value,
                                         options.scale, options.offset);
@@ -62,7 +62,9 @@ Command Declare(const Operation& operation) {
 
 Family ConstantArithmetic() {
   Family family{"Image and constant", {}};
-  for (const Operation& operation : kOperations) family.commands.push_back(Declare(operation));
+  for (const Operation& operation : kOperations) {
+    family.commands.push_back(Declare(operation));
+  }
   return family;
 }
 
