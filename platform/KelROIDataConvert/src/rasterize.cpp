@@ -217,15 +217,17 @@ class Oval {
     if (along.cosine == 0) {
       std::swap(vertical, chord);
     } else if (along.sine != 0) {
-      const double scale = UnitScale(std::max(shape.radiusX, shape.radiusY));
+      const double longest = std::max(shape.radiusX, shape.radiusY);
+      const double scale = UnitScale(longest);
       const double a = shape.radiusX * scale;
       const double b = shape.radiusY * scale;
       const double squared =
           along.cosine * b * (along.cosine * b) + along.sine * a * (along.sine * a);
-      vertical = std::sqrt(squared);
-      chord = a * b / vertical / scale;
+      const double root = std::sqrt(squared);
+      // Neither is longer than the longer radius, which rounding must not take beyond a double.
+      vertical = std::min(root / scale, longest);
+      chord = std::min(a * b / root / scale, longest);
       shear = along.cosine * along.sine * ((a - b) * (a + b)) / squared;
-      vertical /= scale;
     }
     const double columnScale = UnitScale(chord);
     const double rowScale = UnitScale(vertical);
