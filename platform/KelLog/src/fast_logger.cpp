@@ -99,8 +99,9 @@ void Write(const char* message, const char* module, const char* function, int li
 
 }  // namespace
 
-KelFastLoggerPrivate::KelFastLoggerPrivate() = default;
-KelFastLoggerPrivate::~KelFastLoggerPrivate() = default;
+// Functions of the library rather than of its callers: another build of it may do more.
+KelFastLoggerPrivate::KelFastLoggerPrivate() {}
+KelFastLoggerPrivate::~KelFastLoggerPrivate() {}
 
 KelLong KelFastLoggerPrivate::Log(const char* message, const char* module, const char* function,
                                   int line) {
