@@ -43,7 +43,7 @@ Expectation Always(std::string text);
 // `lowest` to the largest sample value of the first input's depth.
 Expectation SampleRange(int lowest);
 
-struct OptionSpec {
+struct DeclaredOption {
   std::string name;  // with its dashes
   std::string placeholder;
   std::string description;
@@ -64,7 +64,7 @@ struct Command {
   std::string summary;
   std::string formula;
   std::string example;  // runs from the repository's root
-  std::vector<OptionSpec> options;
+  std::vector<DeclaredOption> options;
   std::string region_option;                     // the option that holds a region, if there is one
   std::map<KelLong, CheckedOption> checked;      // the statuses that tell of an option
   std::any defaults;                             // the options, before any text is parsed
@@ -107,13 +107,13 @@ class CommandBuilder {
   }
 
   CommandBuilder& Flag(std::string name, bool Options::*member, std::string description) {
-    OptionSpec spec;
-    spec.name = std::move(name);
-    spec.description = std::move(description);
-    spec.parse = [member](std::string_view, std::any& options) {
+    DeclaredOption declared;
+    declared.name = std::move(name);
+    declared.description = std::move(description);
+    declared.parse = [member](std::string_view, std::any& options) {
       std::any_cast<Options&>(options).*member = true;
     };
-    command_.options.push_back(std::move(spec));
+    command_.options.push_back(std::move(declared));
     return *this;
   }
 
@@ -141,16 +141,16 @@ class CommandBuilder {
 
  private:
   template <class Value>
-  OptionSpec& Add(std::string name, Value Options::*member, std::string description) {
+  DeclaredOption& Add(std::string name, Value Options::*member, std::string description) {
     static_assert(!std::is_same_v<Value, bool>, "a bool is a flag");
-    OptionSpec spec;
-    spec.name = std::move(name);
-    spec.placeholder = Placeholder(static_cast<const Value*>(nullptr));
-    spec.description = std::move(description);
-    spec.parse = [member](std::string_view text, std::any& options) {
+    DeclaredOption declared;
+    declared.name = std::move(name);
+    declared.placeholder = Placeholder(static_cast<const Value*>(nullptr));
+    declared.description = std::move(description);
+    declared.parse = [member](std::string_view text, std::any& options) {
       ParseValue(text, &(std::any_cast<Options&>(options).*member));
     };
-    return command_.options.emplace_back(std::move(spec));
+    return command_.options.emplace_back(std::move(declared));
   }
 
   Command command_;

@@ -52,11 +52,11 @@ std::string Footer(const Command& command) {
 }
 
 // Sets the option both from the user's text and, before that, from its default.
-void SetOption(const OptionSpec& spec, const std::string& text, Invocation* invocation) {
-  const std::string leader = invocation->command->name + ": " + spec.name + " " + text + ": ";
+void SetOption(const DeclaredOption& declared, const std::string& text, Invocation* invocation) {
+  const std::string leader = invocation->command->name + ": " + declared.name + " " + text + ": ";
   try {
-    spec.parse(text, invocation->options);
-    invocation->texts[spec.name] = text;
+    declared.parse(text, invocation->options);
+    invocation->texts[declared.name] = text;
   } catch (const BadValue& problem) {
     throw UsageError(leader + problem.what());
   } catch (const FileError& problem) {
@@ -64,23 +64,24 @@ void SetOption(const OptionSpec& spec, const std::string& text, Invocation* invo
   }
 }
 
-void AddOption(const OptionSpec& spec, CLI::App* app, Invocation* invocation) {
-  if (spec.placeholder.empty()) {
+void AddOption(const DeclaredOption& declared, CLI::App* app, Invocation* invocation) {
+  if (declared.placeholder.empty()) {
     app->add_flag_callback(
-        spec.name, [&spec, invocation] { SetOption(spec, "", invocation); }, spec.description);
+        declared.name, [&declared, invocation] { SetOption(declared, "", invocation); },
+        declared.description);
     return;
   }
   CLI::Option* option = app->add_option(
-      spec.name,
-      [&spec, invocation](const CLI::results_t& texts) {
-        SetOption(spec, texts.front(), invocation);
+      declared.name,
+      [&declared, invocation](const CLI::results_t& texts) {
+        SetOption(declared, texts.front(), invocation);
         return true;
       },
-      spec.description);
-  option->type_name(spec.placeholder)->required(spec.required);
-  if (!spec.default_text.empty()) {
-    option->default_str(spec.default_text);
-    SetOption(spec, spec.default_text, invocation);
+      declared.description);
+  option->type_name(declared.placeholder)->required(declared.required);
+  if (!declared.default_text.empty()) {
+    option->default_str(declared.default_text);
+    SetOption(declared, declared.default_text, invocation);
   }
 }
 
@@ -100,8 +101,8 @@ struct CommandLine {
                           FilesText(command.form) + " [OPTIONS]"));
     sub->footer(Footer(command));
     sub->add_option("files", invocation->files)->group("");
-    for (const OptionSpec& spec : command.options) {
-      AddOption(spec, sub, invocation);
+    for (const DeclaredOption& declared : command.options) {
+      AddOption(declared, sub, invocation);
     }
     sub->add_flag("--quiet", invocation->quiet, "No progress bar and no warnings");
     sub->add_flag("--verbose", invocation->verbose, "A line for each file written");
