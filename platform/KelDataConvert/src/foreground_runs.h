@@ -1,0 +1,57 @@
+// Finds the runs of foreground pixels in a row of bytes, 64 pixels at a time.
+#pragma once
+
+#include <emmintrin.h>
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace KELRA {
+
+// Bit i is set when byte i of the 64 is not 0.
+inline std::uint64_t ForegroundBits(const std::uint8_t* bytes) {
+  std::uint64_t background = 0;
+  for (int part = 0; part < 4; ++part) {
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + 16 * part));
+    const int zeros = _mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_setzero_si128()));
+    background |= static_cast<std::uint64_t>(zeros) << (16 * part);
+  }
+  return ~background;
+}
+
+// Calls visit(first, last) for every maximal run of bytes that are not 0, from the left.
+template <class Visit>
+void ForEachForegroundRun(const std::uint8_t* row, int width, Visit visit) {
+  constexpr int kBlock = 64;
+  std::uint64_t before = 0;  // whether the pixel to the left of the block is foreground
+  int first = 0;             // of the run that is open
+  for (int column = 0; column < width; column += kBlock) {
+    std::uint64_t bits = 0;
+    if (width - column >= kBlock) {
+      bits = ForegroundBits(row + column);
+    } else {
+      std::uint8_t rest[kBlock] = {};
+      std::memcpy(rest, row + column, static_cast<std::size_t>(width - column));
+      bits = ForegroundBits(rest);
+    }
+    bool inRun = before != 0;
+    for (std::uint64_t changes = bits ^ (bits << 1 | before); changes != 0;
+         changes &= changes - 1) {
+      const int at = column + std::countr_zero(changes);
+      if (inRun) {
+        visit(first, at - 1);
+      } else {
+        first = at;
+      }
+      inRun = !inRun;
+    }
+    before = bits >> (kBlock - 1);
+  }
+  if (before != 0) {
+    visit(first, width - 1);
+  }
+}
+
+}  // namespace KELRA
