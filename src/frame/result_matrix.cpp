@@ -40,7 +40,7 @@ bool SharesPixels(const cv::Mat& a, const cv::Mat& b) {
   if (distance >= RowStep(a) * (a.rows - 1) + RowBytes(a)) {
     return false;
   }
-  const std::ptrdiff_t step = RowStep(a) != 0 ? RowStep(a) : RowStep(b);
+  const std::ptrdiff_t step = RowStep(a);
   if (step == 0 || (RowStep(b) != 0 && RowStep(b) != step)) {
     return true;
   }
