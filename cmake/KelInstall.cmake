@@ -16,6 +16,8 @@ install(FILES
   DESTINATION "${kel_package_dir}")
 install(EXPORT KelImageOperationTargets NAMESPACE KELRA:: DESTINATION "${kel_package_dir}")
 
+# The file finds its prefix from where it lies, so that the installation can be moved.
+file(RELATIVE_PATH kel_prefix_from_pkgconfig "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file("${CMAKE_CURRENT_LIST_DIR}/KelImageOperation.pc.in"
   "${CMAKE_CURRENT_BINARY_DIR}/KelImageOperation.pc" @ONLY)
 install(FILES "${CMAKE_CURRENT_BINARY_DIR}/KelImageOperation.pc"

@@ -8,6 +8,11 @@ function(kel_add_library name)
   set_target_properties(${name} PROPERTIES
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
     DEFINE_SYMBOL ${name}_EXPORTS)
+  if(UNIX AND NOT APPLE)
+    set(exports "${PROJECT_SOURCE_DIR}/cmake/kel_exports.map")
+    target_link_options(${name} PRIVATE "-Wl,--version-script=${exports}")
+    set_target_properties(${name} PROPERTIES LINK_DEPENDS "${exports}")
+  endif()
   if(NOT arg_INCLUDE)
     set(arg_INCLUDE "${CMAKE_CURRENT_SOURCE_DIR}/include")
   endif()

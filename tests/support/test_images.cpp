@@ -57,8 +57,9 @@ std::vector<std::uint8_t> BytesOf(const cv::Mat& image) {
 ::testing::AssertionResult SameImage(const cv::Mat& actual, const cv::Mat& expected) {
   if (actual.size() != expected.size() || actual.type() != expected.type()) {
     return ::testing::AssertionFailure()
-           << actual.cols << " x " << actual.rows << ' ' << TypeName(actual.type()) << " instead of "
-           << expected.cols << " x " << expected.rows << ' ' << TypeName(expected.type());
+           << actual.cols << " x " << actual.rows << ' ' << TypeName(actual.type())
+           << " instead of " << expected.cols << " x " << expected.rows << ' '
+           << TypeName(expected.type());
   }
   if (BytesOf(actual) == BytesOf(expected)) {
     return ::testing::AssertionSuccess();
@@ -99,11 +100,12 @@ GuardedImage::GuardedImage(const cv::Mat& pixels, int gap, int margin) {
   const auto first = static_cast<std::size_t>(mat_.data - memory_.data());
   const std::size_t row_bytes = mat_.elemSize() * static_cast<std::size_t>(mat_.cols);
   for (std::size_t i = 0; i < memory_.size(); ++i) {
-    const bool is_pixel = i >= first && (i - first) / mat_.step[0] < static_cast<std::size_t>(mat_.rows) &&
+    const bool is_pixel = i >= first &&
+                          (i - first) / mat_.step[0] < static_cast<std::size_t>(mat_.rows) &&
                           (i - first) % mat_.step[0] < row_bytes;
     if (!is_pixel && memory_[i] != original_[i]) {
-      return ::testing::AssertionFailure()
-             << "byte " << static_cast<std::ptrdiff_t>(i - first) << " from the first pixel changed";
+      return ::testing::AssertionFailure() << "byte " << static_cast<std::ptrdiff_t>(i - first)
+                                           << " from the first pixel changed";
     }
   }
   return ::testing::AssertionSuccess();
