@@ -12,8 +12,8 @@ namespace kelra_reference {
 // Where the mask is set: the sample times scale plus offset in double precision, narrowed to single
 // precision for three channels, truncated. Elsewhere the output keeps what it holds.
 template <class Sample>
-void MaskedScaleAndOffset(cv::Mat* output, const cv::Mat& input, const cv::Mat& mask,
-                          int row_limit, int columns, double scale, double offset) {
+void MaskedScaleAndOffset(cv::Mat* output, const cv::Mat& input, const cv::Mat& mask, int row_limit,
+                          int columns, double scale, double offset) {
   for (int row = 0; row < std::min({row_limit, input.rows, mask.rows}); ++row) {
     for (int i = 0; i < columns * input.channels(); ++i) {
       if (mask.ptr<std::uint8_t>(row)[i / input.channels()] == 0) {

@@ -10,8 +10,7 @@
 
 namespace kelra_test {
 
-class EveryInstructionSet
-    : public ::testing::TestWithParam<const KELRA::kernels::RowKernels*> {
+class EveryInstructionSet : public ::testing::TestWithParam<const KELRA::kernels::RowKernels*> {
  protected:
   void SetUp() override { KELRA::kernels::UseRowKernels(*GetParam()); }
   void TearDown() override { KELRA::kernels::UseRowKernels(before_); }
@@ -31,8 +30,8 @@ inline std::string InstructionSetName(
 
 }  // namespace kelra_test
 
-#define KELRA_INSTANTIATE_FOR_EVERY_INSTRUCTION_SET(Suite)                                   \
-  INSTANTIATE_TEST_SUITE_P(, Suite,                                                          \
+#define KELRA_INSTANTIATE_FOR_EVERY_INSTRUCTION_SET(Suite)                                    \
+  INSTANTIATE_TEST_SUITE_P(, Suite,                                                           \
                            ::testing::ValuesIn(KELRA::kernels::SupportedRowKernels().begin(), \
-                                               KELRA::kernels::SupportedRowKernels().end()), \
+                                               KELRA::kernels::SupportedRowKernels().end()),  \
                            kelra_test::InstructionSetName)

@@ -6,24 +6,24 @@
 #include <set>
 #include <vector>
 
+#include "test_images.h"
+
 namespace KELRA {
 namespace {
 
 TEST(ResultMatrix, AnOutputOfTheRightSizeAndTypeIsUsed) {
-  KelImage output(cv::Mat(4, 6, CV_16UC3));
-  cv::Mat fresh;
-  EXPECT_EQ(&ResultMatrix(&output, {6, 4}, CV_16UC3, &fresh), &output.Mat());
+  const cv::Mat whole(8, 9, CV_16UC3);
+  for (const cv::Mat& mat : {cv::Mat(4, 6, CV_16UC3), whole(cv::Rect(2, 1, 6, 4))}) {
+    KelImage output(mat);
+    cv::Mat fresh;
+    EXPECT_EQ(&ResultMatrix(&output, {6, 4}, CV_16UC3, &fresh), &output.Mat());
+    EXPECT_EQ(output.Mat().data, mat.data);
+    EXPECT_EQ(output.Mat().step[0], mat.step[0]);
+    EXPECT_TRUE(fresh.empty());
+  }
 }
 
-TEST(ResultMatrix, AStridedOutputIsUsed) {
-  const cv::Mat whole(8, 9, CV_8UC1);
-  KelImage output(whole(cv::Rect(2, 1, 6, 4)));
-  cv::Mat fresh;
-  EXPECT_EQ(&ResultMatrix(&output, {6, 4}, CV_8UC1, &fresh), &output.Mat());
-  EXPECT_EQ(output.Mat().step[0], whole.step[0]);
-}
-
-TEST(ResultMatrix, OtherwiseANewMatrixIsMade) {
+TEST(ResultMatrix, OtherwiseANewMatrixIsMadeAndTheOutputStays) {
   const int sizes[] = {4, 6, 2};
   const cv::Mat outputs[] = {
       cv::Mat(),
@@ -35,14 +35,25 @@ TEST(ResultMatrix, OtherwiseANewMatrixIsMade) {
       cv::Mat(4, 6, CV_8SC1),
       cv::Mat(3, sizes, CV_8UC1),
   };
-  for (const cv::Mat& output : outputs) {
-    KelImage image(output);
+  for (const cv::Mat& mat : outputs) {
+    KelImage output(mat);
     cv::Mat fresh;
-    const cv::Mat& result = ResultMatrix(&image, {6, 4}, CV_8UC1, &fresh);
+    const cv::Mat& result = ResultMatrix(&output, {6, 4}, CV_8UC1, &fresh);
     EXPECT_EQ(&result, &fresh);
     EXPECT_EQ(result.size(), cv::Size(6, 4));
     EXPECT_EQ(result.type(), CV_8UC1);
-    EXPECT_NE(result.data, output.data);
+    EXPECT_EQ(output.Mat().data, mat.data);
+  }
+}
+
+TEST(AssignResult, TheOutputSharesTheResult) {
+  const cv::Mat result(4, 6, CV_8UC1);
+  for (const cv::Mat& before : {cv::Mat(), cv::Mat(2, 2, CV_8UC3), result}) {
+    KelImage output(before);
+    AssignResult(result, &output);
+    EXPECT_EQ(output.Mat().data, result.data);
+    EXPECT_EQ(output.Mat().size(), result.size());
+    EXPECT_EQ(output.Mat().type(), result.type());
   }
 }
 
@@ -140,32 +151,32 @@ TEST(SharesPixels, EmptyMatricesShareNothing) {
   EXPECT_FALSE(SharesPixels(whole(cv::Rect(2, 2, 0, 0)), whole));
 }
 
-bool IsReadAsItIs(const cv::Mat& result, const cv::Mat& input) {
-  cv::Mat copy;
-  const cv::Mat& read = InputToReadWhileWriting(result, input, &copy);
-  if (&read == &input) {
-    return true;
-  }
-  EXPECT_EQ(&read, &copy);
-  EXPECT_EQ(cv::norm(copy, input, cv::NORM_INF), 0);
-  EXPECT_FALSE(SharesPixels(copy, input));
-  return false;
-}
-
-TEST(CanWriteWhileReading, OnlyTheVeryPixelsOrOthersAltogether) {
+TEST(InputToReadWhileWriting, TheVeryPixelsOrOthersAltogetherAreReadWhereTheyAre) {
   cv::Mat whole(6, 9, CV_8UC1);
   const cv::Mat input = whole(cv::Rect(1, 1, 4, 3));
-  const cv::Mat same = whole(cv::Rect(1, 1, 4, 3));
-  EXPECT_TRUE(IsReadAsItIs(same, input));
-  EXPECT_TRUE(IsReadAsItIs(cv::Mat(3, 4, CV_8UC1), input));
-  EXPECT_TRUE(IsReadAsItIs(whole(cv::Rect(5, 1, 4, 3)), input));
-  EXPECT_FALSE(IsReadAsItIs(whole(cv::Rect(2, 1, 4, 3)), input));
-  EXPECT_FALSE(IsReadAsItIs(whole(cv::Rect(1, 2, 4, 3)), input));
-  EXPECT_FALSE(IsReadAsItIs(whole(cv::Rect(1, 1, 4, 2)), input));
-  const cv::Mat other_step(3, 4, CV_8UC1, input.data, 5);
-  EXPECT_FALSE(IsReadAsItIs(other_step, input));
-  const cv::Mat other_type(3, 4, CV_8SC1, input.data, input.step[0]);
-  EXPECT_FALSE(IsReadAsItIs(other_type, input));
+  for (const cv::Mat& result :
+       {whole(cv::Rect(1, 1, 4, 3)), cv::Mat(3, 4, CV_8UC1), whole(cv::Rect(5, 1, 4, 3))}) {
+    cv::Mat copy;
+    EXPECT_EQ(&InputToReadWhileWriting(result, input, &copy), &input);
+    EXPECT_TRUE(copy.empty());
+  }
+}
+
+TEST(InputToReadWhileWriting, OverlappingPixelsAreCopiedFirst) {
+  cv::Mat whole = kelra_test::RandomImage(6, 9, CV_8UC1);
+  const cv::Mat input = whole(cv::Rect(1, 1, 4, 3));
+  const cv::Mat results[] = {
+      whole(cv::Rect(2, 1, 4, 3)),           whole(cv::Rect(0, 1, 4, 3)),
+      whole(cv::Rect(1, 2, 4, 3)),           whole(cv::Rect(1, 1, 4, 2)),
+      cv::Mat(3, 4, CV_8UC1, input.data, 5), cv::Mat(3, 4, CV_8SC1, input.data, input.step[0]),
+  };
+  for (const cv::Mat& result : results) {
+    cv::Mat copy;
+    const cv::Mat& read = InputToReadWhileWriting(result, input, &copy);
+    EXPECT_EQ(&read, &copy);
+    EXPECT_FALSE(SharesPixels(read, result));
+    EXPECT_TRUE(kelra_test::SameImage(read, input));
+  }
 }
 
 }  // namespace

@@ -322,17 +322,66 @@ TEST_P(RowBodies, All16BitSamples) {
   }
 }
 
-TEST_P(RowBodies, Large16BitImages) {
-  const cv::Mat first = RandomImage(300, 403, CV_16UC3, 11);
-  const cv::Mat second = RandomImage(300, 403, CV_16UC3, 12);
-  for (const LinearCase linear : kelra_test::UsualLinearCases()) {
+TEST_P(RowBodies, LargeImages) {
+  for (const int type : kelra_test::kPixelTypes) {
+    const cv::Mat first = RandomImage(101, 203, type, 11);
+    const cv::Mat second = RandomImage(101, 203, type, 12);
+    for (const LinearCase linear : kelra_test::UsualLinearCases()) {
+      for (const Operation operation : kOperations) {
+        EXPECT_TRUE(SameImage(WithConstant(operation, first, 7, linear),
+                              kelra_reference::ArithmeticWithConstant(operation, first, 7,
+                                                                      linear.scale, linear.offset)))
+            << TypeName(type) << ", operation " << operation << ", scale " << linear.scale
+            << ", offset " << linear.offset;
+        EXPECT_TRUE(SameImage(WithImage(operation, first, second, linear),
+                              kelra_reference::ArithmeticWithImage(operation, first, second,
+                                                                   linear.scale, linear.offset)))
+            << TypeName(type) << ", operation " << operation << ", scale " << linear.scale
+            << ", offset " << linear.offset;
+      }
+    }
+  }
+}
+
+// Every value of the 8-bit scale-and-offset cases again, over as many pixels as make a table of the
+// results worth its while.
+TEST_P(RowBodies, EveryScaleAndOffsetOverLarge8BitImages) {
+  const cv::Mat input = RandomImage(5, 513, CV_8UC1, 3);
+  for (const LinearCase linear : kelra_test::LinearCases()) {
     for (const Operation operation : kOperations) {
-      EXPECT_TRUE(SameImage(WithImage(operation, first, second, linear),
-                            kelra_reference::ArithmeticWithImage(operation, first, second,
-                                                                 linear.scale, linear.offset)))
+      ASSERT_TRUE(SameImage(WithConstant(operation, input, 7, linear),
+                            kelra_reference::ArithmeticWithConstant(operation, input, 7,
+                                                                    linear.scale, linear.offset)))
           << "operation " << operation << ", scale " << linear.scale << ", offset "
           << linear.offset;
     }
+  }
+}
+
+// Scale and offset bring the last binary digits of a quotient into view.
+TEST_P(RowBodies, QuotientsAreRoundedToSinglePrecision) {
+  cv::RNG random(17);
+  for (int i = 0; i < 20000; ++i) {
+    const int constant = random.uniform(1, 65536);
+    const int middle = random.uniform(8, 65528);
+    cv::Mat input(1, 16, CV_16UC1);
+    for (int column = 0; column < 16; ++column) {
+      input.at<std::uint16_t>(column) = static_cast<std::uint16_t>(middle - 8 + column);
+    }
+    const float quotient = static_cast<float>(middle) / static_cast<float>(constant);
+    const float scale = std::ldexp(1.0F, 23 - std::ilogb(quotient));
+    const LinearCase linear{scale, 32768.0F - quotient * scale};
+    ASSERT_TRUE(
+        SameImage(WithConstant(kelra_reference::kDivide, input, constant, linear),
+                  kelra_reference::ArithmeticWithConstant(kelra_reference::kDivide, input, constant,
+                                                          linear.scale, linear.offset)))
+        << "constant " << constant << ", around " << middle;
+    const cv::Mat constants(input.size(), CV_16UC1, cv::Scalar(constant));
+    ASSERT_TRUE(
+        SameImage(WithImage(kelra_reference::kDivide, input, constants, linear),
+                  kelra_reference::ArithmeticWithImage(kelra_reference::kDivide, input, constants,
+                                                       linear.scale, linear.offset)))
+        << "constant " << constant << ", around " << middle;
   }
 }
 
@@ -490,13 +539,6 @@ TEST_P(RowBodies, LaunchCoversAllRowsWithAnyParallelSetting) {
     Launch<parallelOperationInvoker>(&output, input, input.rows, second, 0.7F, 0.3F);
     EXPECT_TRUE(SameImage(output, of_images)) << parallel;
   }
-}
-
-TEST(RowKernels, TheWidestSupportedSetIsInUse) {
-  const auto supported = kernels::SupportedRowKernels();
-  ASSERT_FALSE(supported.empty());
-  EXPECT_EQ(&kernels::ActiveRowKernels(), supported.back());
-  EXPECT_EQ(supported.front(), &kernels::sse41::kRowKernels);
 }
 
 }  // namespace

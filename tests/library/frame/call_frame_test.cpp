@@ -1,0 +1,469 @@
+#include "frame/call_frame.h"
+
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+#include <stdexcept>
+#include <vector>
+
+#include "fake_settings.h"
+#include "frame/load_time_state.h"
+#include "recorded_log.h"
+#include "region_of_interest.h"
+#include "scripted_regions.h"
+#include "test_images.h"
+
+namespace KELRA {
+namespace {
+
+using kelra_test::BytesOf;
+using kelra_test::ExitRecord;
+using kelra_test::LogRecord;
+using kelra_test::RandomImage;
+using kelra_test::RecordedLog;
+using kelra_test::RegionCall;
+using kelra_test::RegionCalls;
+using kelra_test::SameImage;
+using kelra_test::ScopedSettings;
+using kelra_test::StartRecord;
+
+constexpr LogLines kLines{"Method", 10, 20};
+
+constexpr KelROIType kExtractedKinds[] = {KEL_ROI_RECTANGLE, KEL_ROI_ROTATED_RECTANGLE,
+                                          KEL_ROI_CIRCLE,    KEL_ROI_ELLIPSE,
+                                          KEL_ROI_POLYGON,   KEL_ROI_ANNULUS};
+
+constexpr KelLong kWorkFails = 501;
+constexpr KelLong kRegionFails = 502;
+
+std::vector<Fallback> AllFallbacks() {
+  std::vector<Fallback> all;
+  for (unsigned set = 0; set <= static_cast<unsigned>(Fallback::kAlways); ++set) {
+    all.push_back(static_cast<Fallback>(set));
+  }
+  return all;
+}
+
+constexpr AfterRestore kAllAfterRestore[] = {
+    AfterRestore::kAssignAndLogOnSuccess, AfterRestore::kAssignAndLogAlways,
+    AfterRestore::kOnlyOnSuccess, AfterRestore::kIgnoreStatus};
+
+cv::Mat Inverted(const cv::Mat& image) {
+  cv::Mat inverted;
+  cv::bitwise_not(image, inverted);
+  return inverted;
+}
+
+const auto Invert = [](const KelImage& in, KelImage* out) -> Status {
+  out->Mat() = Inverted(in.Mat());
+  return STATUS_OK;
+};
+
+const auto InvertInPlace = [](const KelImage& in, KelImage* out) -> Status {
+  cv::bitwise_not(in.Mat(), out->Mat());
+  return STATUS_OK;
+};
+
+const auto FailToWork = [](const KelImage&, KelImage*) -> Status { return kWorkFails; };
+
+class CallFrameTest : public ::testing::Test {
+ protected:
+  KelLong Run(const FramePolicy& policy, KelROIType kind, CallFrame::Work work) {
+    return Run(policy, kind, &src_, &dst_, work);
+  }
+
+  KelLong Run(const FramePolicy& policy, KelROIType kind, KelImage* src, KelImage* dst,
+              CallFrame::Work work) {
+    CallFrame frame(policy, &buffer_);
+    KelROI roi(kind);
+    return frame.Run(*src, roi, dst, work);
+  }
+
+  void StartOver() {
+    script_ = &kelra_test::NewRegionScript();
+    dst_ = KelImage(marker_.clone());
+    log_.Take();
+  }
+
+  bool OutputIsUntouched() const { return SameImage(dst_.Mat(), marker_); }
+  bool OutputIsCopyOfInput() const {
+    return SameImage(dst_.Mat(), src_.Mat()) && dst_.ImageData() != src_.ImageData();
+  }
+
+  const cv::Mat pixels_ = RandomImage(6, 9, CV_8UC1);
+  const cv::Mat marker_ = RandomImage(2, 3, CV_16UC1, 2);
+  KelImage src_{pixels_.clone()};
+  KelImage dst_{marker_.clone()};
+  cv::Mat buffer_;
+  RecordedLog log_;
+  kelra_test::RegionScript* script_ = &kelra_test::NewRegionScript();
+};
+
+const std::vector<LogRecord> kStartOnly = {StartRecord("Method", 10)};
+const std::vector<LogRecord> kStartAndExit = {StartRecord("Method", 10), ExitRecord("Method", 20)};
+
+TEST_F(CallFrameTest, TheLoggerLivesAsLongAsTheFrame) {
+  ASSERT_EQ(kelra_test::OpenLoggers(), 0);
+  {
+    const FramePolicy policy{.lines = kLines};
+    const CallFrame frame(policy);
+    EXPECT_EQ(kelra_test::OpenLoggers(), 1);
+    EXPECT_EQ(log_.Take(), kStartOnly);
+  }
+  EXPECT_EQ(kelra_test::OpenLoggers(), 0);
+  EXPECT_TRUE(log_.Take().empty());
+}
+
+TEST_F(CallFrameTest, WithoutAnOutputTheImageIsEmptyAndNothingIsDone) {
+  const FramePolicy policy{.lines = kLines, .bind_buffer = BindBuffer::kAlways};
+  for (const KelROIType kind : {KEL_ROI_WHOLE_IMAGE, KEL_ROI_REGION, KEL_ROI_CIRCLE}) {
+    StartOver();
+    int calls = 0;
+    EXPECT_EQ(Run(policy, kind, &src_, nullptr,
+                  [&](const KelImage&, KelImage*) {
+                    ++calls;
+                    return Status(STATUS_OK);
+                  }),
+              ERR_IMAGE_EMPTY);
+    EXPECT_EQ(calls, 0);
+    EXPECT_TRUE(RegionCalls().empty());
+    EXPECT_EQ(log_.Take(), kStartOnly);
+  }
+}
+
+TEST_F(CallFrameTest, TheWholeImageIsWorkedOnWithoutAskingForRegions) {
+  for (const AfterRestore after : kAllAfterRestore) {
+    StartOver();
+    const FramePolicy policy{.lines = kLines, .after_restore = after};
+    EXPECT_EQ(Run(policy, KEL_ROI_WHOLE_IMAGE, Invert), STATUS_OK);
+    EXPECT_TRUE(SameImage(dst_.Mat(), Inverted(pixels_)));
+    EXPECT_TRUE(RegionCalls().empty());
+    EXPECT_EQ(log_.Take(), kStartOnly);
+  }
+}
+
+TEST_F(CallFrameTest, OnTheWholeImageThereIsNeverAFallback) {
+  for (const Fallback fallback : AllFallbacks()) {
+    StartOver();
+    const FramePolicy policy{.lines = kLines, .fallback = fallback};
+    EXPECT_EQ(Run(policy, KEL_ROI_WHOLE_IMAGE, FailToWork), kWorkFails);
+    EXPECT_TRUE(OutputIsUntouched());
+    EXPECT_EQ(log_.Take(), kStartOnly);
+  }
+}
+
+TEST_F(CallFrameTest, UnderAMaskTheInputComesBackOutside) {
+  for (const AfterRestore after : kAllAfterRestore) {
+    StartOver();
+    const FramePolicy policy{.lines = kLines, .after_restore = after};
+    EXPECT_EQ(Run(policy, KEL_ROI_REGION, Invert), STATUS_OK);
+    cv::Mat expected = pixels_.clone();
+    Inverted(pixels_(script_->box)).copyTo(expected(script_->box));
+    EXPECT_TRUE(SameImage(dst_.Mat(), expected));
+    EXPECT_EQ(log_.Take(), kStartOnly);
+  }
+}
+
+TEST_F(CallFrameTest, TheMaskIsAskedForOnceFilledAndNotInverted) {
+  const FramePolicy policy{.lines = kLines};
+  EXPECT_EQ(Run(policy, KEL_ROI_REGION, Invert), STATUS_OK);
+  ASSERT_EQ(RegionCalls().size(), 1U);
+  const RegionCall& call = RegionCalls()[0];
+  EXPECT_EQ(call.name, "GenMaskImage");
+  EXPECT_EQ(call.converter, &RegionConverter());
+  EXPECT_EQ(call.kind, KEL_ROI_REGION);
+  EXPECT_EQ(call.image.data, src_.Mat().data);
+  EXPECT_EQ(call.constants, (std::vector<double>{1, 0}));
+}
+
+TEST_F(CallFrameTest, TheMaskMayBeMadeFromAConstantImage) {
+  const FramePolicy policy{.lines = kLines, .mask_template = MaskTemplate::kConstantImage};
+  src_ = KelImage(RandomImage(6, 9, CV_16UC3));
+  EXPECT_EQ(Run(policy, KEL_ROI_REGION, Invert), STATUS_OK);
+  ASSERT_EQ(RegionCalls().size(), 1U);
+  EXPECT_TRUE(SameImage(RegionCalls()[0].image, cv::Mat(6, 9, CV_8UC1, cv::Scalar(255))));
+}
+
+TEST_F(CallFrameTest, UnderAMaskAFailureOfTheWorkFallsBackAsThePolicySays) {
+  for (const Fallback fallback : AllFallbacks()) {
+    StartOver();
+    const FramePolicy policy{.lines = kLines, .fallback = fallback};
+    EXPECT_EQ(Run(policy, KEL_ROI_REGION, FailToWork), kWorkFails);
+    const bool falls_back = Includes(fallback, Fallback::kMaskedWork);
+    EXPECT_EQ(OutputIsCopyOfInput(), falls_back);
+    EXPECT_EQ(OutputIsUntouched(), !falls_back);
+    EXPECT_TRUE(RegionCalls().empty());
+    EXPECT_EQ(log_.Take(), kStartOnly);
+  }
+}
+
+TEST_F(CallFrameTest, AFailureOfTheMaskFallsBackAsThePolicySays) {
+  for (const Fallback fallback : AllFallbacks()) {
+    StartOver();
+    script_->mask_status = kRegionFails;
+    const FramePolicy policy{.lines = kLines, .fallback = fallback};
+    EXPECT_EQ(Run(policy, KEL_ROI_REGION, Invert), kRegionFails);
+    if (Includes(fallback, Fallback::kMask)) {
+      EXPECT_TRUE(OutputIsCopyOfInput());
+    } else {
+      EXPECT_TRUE(SameImage(dst_.Mat(), Inverted(pixels_)));
+    }
+    EXPECT_EQ(log_.Take(), kStartOnly);
+  }
+}
+
+TEST_F(CallFrameTest, OtherKindsAreCutOutAndPutBack) {
+  for (const KelROIType kind : kExtractedKinds) {
+    for (const AfterRestore after : kAllAfterRestore) {
+      StartOver();
+      const FramePolicy policy{.lines = kLines, .after_restore = after};
+      EXPECT_EQ(Run(policy, kind, Invert), STATUS_OK);
+      cv::Mat expected = pixels_.clone();
+      Inverted(pixels_(script_->box)).copyTo(expected(script_->box));
+      EXPECT_TRUE(SameImage(dst_.Mat(), expected));
+      EXPECT_EQ(log_.Take(), kStartAndExit);
+
+      ASSERT_EQ(RegionCalls().size(), 2U);
+      const RegionCall& cut = RegionCalls()[0];
+      EXPECT_EQ(cut.name, "ROIImageExtraction");
+      EXPECT_EQ(cut.converter, &RegionConverter());
+      EXPECT_EQ(cut.kind, kind);
+      EXPECT_EQ(cut.image.data, src_.Mat().data);
+      EXPECT_EQ(cut.constants, (std::vector<double>{1, 0}));
+      const RegionCall& restore = RegionCalls()[1];
+      EXPECT_EQ(restore.name, "ROIImageRestore");
+      EXPECT_EQ(restore.converter, &RegionConverter());
+      EXPECT_EQ(restore.kind, kind);
+      EXPECT_EQ(restore.image.data, src_.Mat().data);
+      EXPECT_TRUE(SameImage(restore.part, Inverted(pixels_(script_->box))));
+      EXPECT_EQ(restore.constants, (std::vector<double>{1}));
+    }
+  }
+}
+
+TEST_F(CallFrameTest, AFailureOfTheExtractionFallsBackAsThePolicySays) {
+  for (const Fallback fallback : AllFallbacks()) {
+    StartOver();
+    script_->extraction_status = kRegionFails;
+    const FramePolicy policy{.lines = kLines, .fallback = fallback};
+    EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, Invert), kRegionFails);
+    const bool falls_back = Includes(fallback, Fallback::kExtraction);
+    EXPECT_EQ(OutputIsCopyOfInput(), falls_back);
+    EXPECT_EQ(OutputIsUntouched(), !falls_back);
+    EXPECT_EQ(RegionCalls().size(), 1U);
+    EXPECT_EQ(log_.Take(), kStartOnly);
+  }
+}
+
+TEST_F(CallFrameTest, AFailureOfTheWorkOnThePartFallsBackAsThePolicySays) {
+  for (const Fallback fallback : AllFallbacks()) {
+    StartOver();
+    const FramePolicy policy{.lines = kLines, .fallback = fallback};
+    EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, FailToWork), kWorkFails);
+    const bool falls_back = Includes(fallback, Fallback::kPartWork);
+    EXPECT_EQ(OutputIsCopyOfInput(), falls_back);
+    EXPECT_EQ(OutputIsUntouched(), !falls_back);
+    EXPECT_EQ(RegionCalls().size(), 1U);
+    EXPECT_EQ(log_.Take(), kStartOnly);
+  }
+}
+
+TEST_F(CallFrameTest, AfterAFailedRestoreThePolicyDecidesOnOutputLogAndStatus) {
+  const struct {
+    AfterRestore after;
+    bool assigned, logged, counts_as_success;
+  } cases[] = {
+      {AfterRestore::kAssignAndLogOnSuccess, true, false, false},
+      {AfterRestore::kAssignAndLogAlways, true, true, false},
+      {AfterRestore::kOnlyOnSuccess, false, false, false},
+      {AfterRestore::kIgnoreStatus, true, true, true},
+  };
+  const cv::Mat half_restored = RandomImage(3, 3, CV_8UC1, 8);
+  for (const auto& c : cases) {
+    for (const Fallback fallback : AllFallbacks()) {
+      StartOver();
+      script_->restore_status = kRegionFails;
+      script_->restored = half_restored;
+      const FramePolicy policy{.lines = kLines, .fallback = fallback, .after_restore = c.after};
+      EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, Invert),
+                c.counts_as_success ? STATUS_OK : kRegionFails);
+      if (!c.counts_as_success && Includes(fallback, Fallback::kRestore)) {
+        EXPECT_TRUE(OutputIsCopyOfInput());
+      } else if (c.assigned) {
+        EXPECT_TRUE(SameImage(dst_.Mat(), half_restored));
+      } else {
+        EXPECT_TRUE(OutputIsUntouched());
+      }
+      EXPECT_EQ(log_.Take(), c.logged ? kStartAndExit : kStartOnly);
+    }
+  }
+}
+
+TEST_F(CallFrameTest, ARestoreThatWroteNothingLeavesAnEmptyOutput) {
+  script_->restore_status = kRegionFails;
+  const FramePolicy policy{.lines = kLines, .fallback = Fallback::kNever};
+  EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, Invert), kRegionFails);
+  EXPECT_TRUE(dst_.Mat().empty());
+}
+
+// The status of the work tells whether the output shares the buffer, and that it was cleared.
+TEST_F(CallFrameTest, TheBufferIsBoundWhenThePolicySaysInEfficiencyModeOnly) {
+  const struct {
+    BindBuffer bind;
+    bool whole, masked, part;
+  } cases[] = {
+      {BindBuffer::kNever, false, false, false},
+      {BindBuffer::kUnlessWholeImage, false, true, true},
+      {BindBuffer::kAlways, true, true, true},
+      {BindBuffer::kBeforeRegionCheck, false, false, false},
+  };
+  for (const int efficiency : {0, 1, -1, 7}) {
+    const ScopedSettings settings({.efficiency = efficiency});
+    for (const auto& c : cases) {
+      const struct {
+        KelROIType kind;
+        bool bound;
+      } paths[] = {
+          {KEL_ROI_WHOLE_IMAGE, c.whole}, {KEL_ROI_REGION, c.masked}, {KEL_ROI_CIRCLE, c.part}};
+      for (const auto& path : paths) {
+        StartOver();
+        buffer_ = RandomImage(6, 9, CV_8UC1, 5);
+        const cv::Mat before = buffer_.clone();
+        const FramePolicy policy{
+            .lines = kLines, .bind_buffer = c.bind, .fallback = Fallback::kNever};
+        EXPECT_EQ(Run(policy, path.kind, FailToWork), kWorkFails);
+        const bool bound = path.bound && efficiency != 0;
+        EXPECT_EQ(dst_.ImageData() == buffer_.data, bound);
+        EXPECT_EQ(OutputIsUntouched(), !bound);
+        EXPECT_TRUE(SameImage(buffer_, bound ? cv::Mat(cv::Mat::zeros(6, 9, CV_8UC1)) : before));
+      }
+    }
+  }
+}
+
+TEST_F(CallFrameTest, AMethodMayBindTheBufferBeforeItsLastCheck) {
+  const ScopedSettings settings({.efficiency = 1});
+  const FramePolicy policy{.lines = kLines, .bind_buffer = BindBuffer::kBeforeRegionCheck};
+  {
+    CallFrame frame(policy, &buffer_);
+    frame.BindBufferNow(src_, &dst_);
+    EXPECT_EQ(dst_.ImageData(), buffer_.data);
+  }
+  EXPECT_TRUE(SameImage(dst_.Mat(), cv::Mat::zeros(6, 9, CV_8UC1)));
+
+  CallFrame frame(policy, &buffer_);
+  frame.BindBufferNow(src_, &dst_);
+  KelROI roi = KelROI::WholeImage();
+  EXPECT_EQ(frame.Run(src_, roi, &dst_, InvertInPlace), STATUS_OK);
+  EXPECT_EQ(dst_.ImageData(), buffer_.data);
+  EXPECT_TRUE(SameImage(dst_.Mat(), Inverted(pixels_)));
+}
+
+TEST_F(CallFrameTest, WithoutABufferEfficiencyModeIsOff) {
+  const ScopedSettings settings({.efficiency = 1});
+  const FramePolicy policy{.lines = kLines, .bind_buffer = BindBuffer::kAlways};
+  CallFrame frame(policy, nullptr);
+  KelROI roi = KelROI::WholeImage();
+  EXPECT_EQ(frame.Run(src_, roi, &dst_, Invert), STATUS_OK);
+  EXPECT_TRUE(SameImage(dst_.Mat(), Inverted(pixels_)));
+}
+
+TEST_F(CallFrameTest, AResultInTheBufferStays) {
+  const ScopedSettings settings({.efficiency = 1});
+  const FramePolicy policy{.lines = kLines, .bind_buffer = BindBuffer::kAlways};
+  for (const KelROIType kind : {KEL_ROI_WHOLE_IMAGE, KEL_ROI_REGION}) {
+    StartOver();
+    EXPECT_EQ(Run(policy, kind, InvertInPlace), STATUS_OK);
+    EXPECT_EQ(dst_.ImageData(), buffer_.data);
+    EXPECT_TRUE(SameImage(buffer_(script_->box), Inverted(pixels_(script_->box))));
+  }
+}
+
+TEST_F(CallFrameTest, OnThePartPathTheBufferIsClearedAndTheOutputHasItsOwnPixels) {
+  const ScopedSettings settings({.efficiency = 1});
+  buffer_ = RandomImage(6, 9, CV_8UC1, 5);
+  const FramePolicy policy{.lines = kLines, .bind_buffer = BindBuffer::kAlways};
+  EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, Invert), STATUS_OK);
+  EXPECT_NE(dst_.ImageData(), buffer_.data);
+  EXPECT_TRUE(SameImage(buffer_, cv::Mat::zeros(6, 9, CV_8UC1)));
+}
+
+// The output is given as the input, as another image with the same pixels, or as an overlapping
+// part of one larger image.
+TEST_F(CallFrameTest, UnderAMaskAnOutputThatSharesPixelsGetsTheSameResult) {
+  const FramePolicy policy{.lines = kLines};
+  const cv::Mat expected = kelra_reference::UnderMask(
+      pixels_,
+      [&] {
+        cv::Mat mask = cv::Mat::zeros(pixels_.size(), CV_8UC1);
+        mask(script_->box).setTo(255);
+        return mask;
+      }(),
+      Inverted);
+
+  KelImage same(pixels_.clone());
+  EXPECT_EQ(Run(policy, KEL_ROI_REGION, &same, &same, InvertInPlace), STATUS_OK);
+  EXPECT_TRUE(SameImage(same.Mat(), expected));
+
+  KelImage input(pixels_.clone());
+  KelImage output(input.Mat());
+  EXPECT_EQ(Run(policy, KEL_ROI_REGION, &input, &output, InvertInPlace), STATUS_OK);
+  EXPECT_TRUE(SameImage(output.Mat(), expected));
+
+  cv::Mat whole(8, 12, CV_8UC1, cv::Scalar(0));
+  KelImage part(whole(cv::Rect(1, 1, 9, 6)));
+  pixels_.copyTo(part.Mat());
+  KelImage shifted(whole(cv::Rect(2, 2, 9, 6)));
+  EXPECT_EQ(Run(policy, KEL_ROI_REGION, &part, &shifted, InvertInPlace), STATUS_OK);
+  EXPECT_TRUE(SameImage(shifted.Mat(), expected));
+}
+
+TEST_F(CallFrameTest, UnderAMaskAPolicyMayLetTheWorkOverwriteTheInput) {
+  const FramePolicy policy{.lines = kLines, .shared_output = SharedOutput::kWrittenInPlace};
+  KelImage same(pixels_.clone());
+  EXPECT_EQ(Run(policy, KEL_ROI_REGION, &same, &same, InvertInPlace), STATUS_OK);
+  EXPECT_TRUE(SameImage(same.Mat(), Inverted(pixels_)));
+}
+
+TEST_F(CallFrameTest, AnOutputThatIsTheInputFallsBackToTheInput) {
+  for (const int efficiency : {0, 1}) {
+    const ScopedSettings settings({.efficiency = efficiency});
+    const FramePolicy policy{.lines = kLines, .bind_buffer = BindBuffer::kAlways};
+    for (const KelROIType kind : {KEL_ROI_REGION, KEL_ROI_CIRCLE}) {
+      StartOver();
+      KelImage same(pixels_.clone());
+      EXPECT_EQ(Run(policy, kind, &same, &same, FailToWork), kWorkFails);
+      EXPECT_TRUE(SameImage(same.Mat(), pixels_));
+    }
+    StartOver();
+    script_->mask_status = kRegionFails;
+    KelImage same(pixels_.clone());
+    EXPECT_EQ(Run(policy, KEL_ROI_REGION, &same, &same, InvertInPlace), kRegionFails);
+    EXPECT_TRUE(SameImage(same.Mat(), pixels_));
+  }
+}
+
+TEST_F(CallFrameTest, WhatTheWorkThrowsPassesAndLeavesNoLogger) {
+  for (const int efficiency : {0, 1}) {
+    const ScopedSettings settings({.efficiency = efficiency});
+    const FramePolicy policy{.lines = kLines, .bind_buffer = BindBuffer::kAlways};
+    for (const KelROIType kind : {KEL_ROI_WHOLE_IMAGE, KEL_ROI_REGION, KEL_ROI_CIRCLE}) {
+      StartOver();
+      EXPECT_THROW(
+          Run(policy, kind,
+              [](const KelImage&, KelImage*) -> Status { throw std::runtime_error("work"); }),
+          std::runtime_error);
+      EXPECT_EQ(kelra_test::OpenLoggers(), 0);
+      EXPECT_EQ(log_.Take(), kStartOnly);
+    }
+  }
+}
+
+TEST_F(CallFrameTest, TheAnswerOfTheLogIsIgnored) {
+  const RecordedLog failing_log(9);
+  const FramePolicy policy{.lines = kLines};
+  EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, Invert), STATUS_OK);
+}
+
+}  // namespace
+}  // namespace KELRA

@@ -1,0 +1,114 @@
+#include "frame/kernels/row_kernels.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "every_instruction_set.h"
+
+namespace KELRA::kernels {
+namespace {
+
+TEST(RowKernels, TheWidestSupportedSetIsInUse) {
+  const auto supported = SupportedRowKernels();
+  ASSERT_FALSE(supported.empty());
+  EXPECT_EQ(&ActiveRowKernels(), supported.back());
+  EXPECT_EQ(supported.front(), &sse41::kRowKernels);
+}
+
+TEST(RowKernels, SetsHaveDifferentNames) {
+  std::set<std::string> names;
+  for (const RowKernels* kernels : SupportedRowKernels()) {
+    names.insert(kernels->instruction_set);
+  }
+  EXPECT_EQ(names.size(), SupportedRowKernels().size());
+}
+
+class StreamingRowKernels : public kelra_test::EveryInstructionSet {};
+KELRA_INSTANTIATE_FOR_EVERY_INSTRUCTION_SET(StreamingRowKernels);
+
+constexpr int kRows = 3;
+constexpr int kStep = 480;
+constexpr int kMargin = 64;
+
+std::vector<std::uint8_t> RandomBytes(unsigned seed) {
+  std::vector<std::uint8_t> bytes(kRows * kStep + 2 * kMargin);
+  std::mt19937 random(seed);
+  for (std::uint8_t& byte : bytes) {
+    byte = static_cast<std::uint8_t>(random());
+  }
+  return bytes;
+}
+
+template <class Sample>
+Rows<Sample> At(std::vector<std::uint8_t>* memory, int offset) {
+  return {reinterpret_cast<Sample*>(memory->data() + kMargin + offset), kStep};
+}
+
+template <class Sample>
+Rows<const Sample> AtConst(const std::vector<std::uint8_t>& memory) {
+  return {reinterpret_cast<const Sample*>(memory.data() + kMargin + sizeof(Sample)), kStep};
+}
+
+// Runs `kernel` with and without bypassing the caches, on outputs at every alignment, and expects
+// the same bytes in and around the rows.
+template <class Sample, class Kernel>
+void ExpectSameWhenStreaming(const Kernel& kernel) {
+  constexpr int kSampleBytes = sizeof(Sample);
+  for (int offset = 0; offset < 64; offset += kSampleBytes) {
+    for (const std::ptrdiff_t samples : {1, 7, 16, 63, 64, 65, 128, 150, 200}) {
+      for (const std::ptrdiff_t tail : {0, 1, 5, 15}) {
+        if (tail > samples) {
+          continue;
+        }
+        Extent extent{kRows, samples, samples - tail};
+        std::vector<std::uint8_t> cached = RandomBytes(9);
+        kernel(At<Sample>(&cached, offset), extent);
+        extent.streaming = true;
+        std::vector<std::uint8_t> streamed = RandomBytes(9);
+        kernel(At<Sample>(&streamed, offset), extent);
+        ASSERT_EQ(streamed, cached) << samples << " samples of " << kSampleBytes << " bytes, tail "
+                                    << tail << ", offset " << offset;
+      }
+    }
+  }
+}
+
+template <class Sample>
+void CheckStreaming(const SampleKernels<Sample>& kernels) {
+  const std::vector<std::uint8_t> a = RandomBytes(1);
+  const std::vector<std::uint8_t> b = RandomBytes(2);
+  constexpr Linear kLinear{0.7F, 3.5F};
+  for (const auto with_constant : kernels.with_constant) {
+    ExpectSameWhenStreaming<Sample>([&](Rows<Sample> dst, Extent extent) {
+      with_constant(AtConst<Sample>(a), dst, extent, 3.0F, kLinear);
+    });
+  }
+  for (const auto with_image : kernels.with_image) {
+    ExpectSameWhenStreaming<Sample>([&](Rows<Sample> dst, Extent extent) {
+      with_image(AtConst<Sample>(a), AtConst<Sample>(b), dst, extent, kLinear);
+    });
+  }
+  for (const int shift : {-100, 100}) {
+    ExpectSameWhenStreaming<Sample>([&](Rows<Sample> dst, Extent extent) {
+      kernels.shift(AtConst<Sample>(a), dst, extent, shift);
+    });
+  }
+  for (const auto saturate : {kernels.add, kernels.subtract}) {
+    ExpectSameWhenStreaming<Sample>([&](Rows<Sample> dst, Extent extent) {
+      saturate(AtConst<Sample>(a), AtConst<Sample>(b), dst, extent);
+    });
+  }
+}
+
+TEST_P(StreamingRowKernels, Give8BitRowsTheSameBytes) { CheckStreaming(GetParam()->u8); }
+
+TEST_P(StreamingRowKernels, Give16BitRowsTheSameBytes) { CheckStreaming(GetParam()->u16); }
+
+}  // namespace
+}  // namespace KELRA::kernels
