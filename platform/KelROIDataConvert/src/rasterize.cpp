@@ -17,9 +17,12 @@ bool AllFinite(Numbers... numbers) {
   return (std::isfinite(numbers) && ...);
 }
 
-// `value` cut to [low, high], also when an int cannot hold it.
+// `value` cut to [low, high], also when an int cannot hold it; `low` for NaN.
 int ClampToInt(double value, int low, int high) {
-  return static_cast<int>(std::clamp(value, static_cast<double>(low), static_cast<double>(high)));
+  if (!(value > low)) {
+    return low;
+  }
+  return value < high ? static_cast<int>(value) : high;
 }
 
 int Doubled(int step) { return std::min(step, std::numeric_limits<int>::max() / 2) * 2; }
@@ -32,7 +35,7 @@ int FirstColumn(int low, int high, double guess, Predicate reached) {
     return high;
   }
   // The answer lies in [low, high]: widen steps from the guess until it is between two probes.
-  int probe = std::isnan(guess) ? low : ClampToInt(guess, low, high - 1);
+  int probe = ClampToInt(guess, low, high - 1);
   if (reached(probe)) {
     high = probe;
     for (int step = 1; high > low; step = Doubled(step)) {
@@ -253,8 +256,19 @@ class Oval {
       const double value = columnFactor_ * (t * t) + downTerm;
       return withRim ? value <= limit_ : value < limit_;
     };
-    // The column nearest to the row's centre is one of two.
     const double middle = center_.x + shift;
+    const double half =
+        std::sqrt(std::max(0.0, (limit_ - downTerm) / columnFactor_)) / scale_.column;
+    const double left = std::ceil(middle - half);
+    const double right = std::floor(middle + half) + 1;
+    int first = ClampToInt(left, 0, width);
+    int end = ClampToInt(right, 0, width);
+    // The computed ends stand when the pixels on both sides of them agree.
+    if (first < end && inside(first) && (first == 0 || !inside(first - 1)) && inside(end - 1) &&
+        (end == width || !inside(end))) {
+      return {first, end};
+    }
+    // Otherwise search from the column nearest to the row's centre, which is one of two.
     int nearest =
         FirstColumn(0, width, std::ceil(middle), [&](int column) { return across(column) >= 0; });
     if (nearest == width || !inside(nearest)) {
@@ -262,11 +276,8 @@ class Oval {
         return {0, 0};
       }
     }
-    const double half =
-        std::sqrt(std::max(0.0, (limit_ - downTerm) / columnFactor_)) / scale_.column;
-    const int first = FirstColumn(0, nearest, std::ceil(middle - half), inside);
-    const int end = FirstColumn(nearest + 1, width, std::floor(middle + half) + 1,
-                                [&](int column) { return !inside(column); });
+    first = FirstColumn(0, nearest, left, inside);
+    end = FirstColumn(nearest + 1, width, right, [&](int column) { return !inside(column); });
     return {first, end};
   }
 

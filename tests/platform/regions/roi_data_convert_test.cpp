@@ -1,27 +1,24 @@
 #include <KELRA/KelROIDataConvert.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstring>
 #include <functional>
 #include <limits>
 #include <opencv2/core.hpp>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "rasterize.h"
 #include "run_grid.h"
 #include "test_images.h"
 
-#if defined(__has_feature)
-#define KELRA_HAS_FEATURE(name) __has_feature(name)
-#else
-#define KELRA_HAS_FEATURE(name) 0
-#endif
-#if defined(__SANITIZE_ADDRESS__) || KELRA_HAS_FEATURE(address_sanitizer)
-// An allocation that fails is to fail as it does without the sanitizer.
-extern "C" __attribute__((visibility("default"))) const char* __asan_default_options() {
-  return "allocator_may_return_null=1";
-}
+// Under a sanitizer too an allocation that fails is to fail, not to end the program.
+#if defined(__GNUC__)
+#define RUNTIME_HOOK extern "C" __attribute__((visibility("default"), used))
+RUNTIME_HOOK const char* __asan_default_options() { return "allocator_may_return_null=1"; }
+RUNTIME_HOOK const char* __tsan_default_options() { return "allocator_may_return_null=1"; }
 #endif
 
 namespace {
@@ -413,6 +410,36 @@ TEST(RoiConvert, NullOutputIsRefused) {
   EXPECT_EQ(converter.ROIImageExtraction(image, roi, nullptr, 1, 0), KEL_ROI_ERR_OUTPUT);
   EXPECT_EQ(converter.ROIImageRestore(image, part, roi, nullptr, 1), KEL_ROI_ERR_OUTPUT);
   EXPECT_EQ(converter.GenMaskImage(image, roi, nullptr, 1, 0), KEL_ROI_ERR_OUTPUT);
+}
+
+TEST(RoiConvert, ConcurrentCallsOnOneObjectGiveTheSameResults) {
+  KelROIDataConvert converter;
+  cv::Mat image = RandomBytes(kSize, CV_8UC3, 12);
+  KelROI roi = KelROI::Circle({10, 8}, 6);
+  const Cover cover(roi, kSize);
+  const cv::Mat expected = PlainExtraction(image, cover, true, 3);
+  std::atomic<int> wrong = 0;
+  const auto work = [&] {
+    for (int i = 0; i < 200; ++i) {
+      cv::Mat part;
+      cv::Mat restored;
+      cv::Mat mask;
+      const bool ok = converter.ROIImageExtraction(image, roi, &part, 1, 3) == 0 &&
+                      converter.ROIImageRestore(image, part, roi, &restored, 1) == 0 &&
+                      converter.GenMaskImage(image, roi, &mask, 1, 0) == 0 &&
+                      SameImage(part, expected) && SameImage(restored, image) &&
+                      SameImage(mask, cover.grid);
+      wrong += ok ? 0 : 1;
+    }
+  };
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back(work);
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+  EXPECT_EQ(wrong, 0);
 }
 
 TEST(RoiConvert, ResultThatDoesNotFitInMemoryIsAStatus) {
