@@ -52,8 +52,8 @@ KelROI KelROI::Region(const KelRegion& region) { return KelROI(KEL_ROI_REGION, r
 KelROIType KelROI::ROIType() const { return kind_; }
 
 const KelShape& KelROI::Shape() const {
-  static const KelShape kWithoutGeometry;
-  return shape_ == nullptr ? kWithoutGeometry : *shape_;
+  static const KelShape without_geometry;
+  return shape_ == nullptr ? without_geometry : *shape_;
 }
 
 }  // namespace KELRA

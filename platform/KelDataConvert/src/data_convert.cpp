@@ -84,7 +84,8 @@ KelLong KelDataConvert::KelRegionToImage(KelRegion& region, KelImage* image) {
       const int first = std::max(run.firstColumn, 0);
       const int last = std::min(run.lastColumn, grid.cols - 1);
       if (run.row >= 0 && run.row < grid.rows && first <= last) {
-        std::memset(grid.ptr(run.row, first), 255, static_cast<std::size_t>(last - first + 1));
+        std::memset(grid.ptr(run.row, first), 255,
+                    static_cast<std::size_t>(last) + 1 - static_cast<std::size_t>(first));
       }
     }
     image->Mat() = grid;
@@ -102,14 +103,14 @@ KelLong KelDataConvert::KelImageToRegion(KelImage& image, KelRegion* region) {
   return WithoutExceptions([&] {
     KelRegion found(mat.cols, mat.rows);
     // Pixels of one byte are their own marks.
-    const bool needsMarks = mat.elemSize() > 1;
-    std::vector<std::uint8_t> marks(needsMarks ? static_cast<std::size_t>(mat.cols) : 0);
+    const bool needs_marks = mat.elemSize() > 1;
+    std::vector<std::uint8_t> marks(needs_marks ? static_cast<std::size_t>(mat.cols) : 0);
     const RowMarker mark = MarkerOf(mat.depth());
     for (int row = 0; row < mat.rows; ++row) {
-      if (needsMarks) {
+      if (needs_marks) {
         mark(mat.ptr(row), mat.cols, mat.channels(), marks.data());
       }
-      ForEachForegroundRun(needsMarks ? marks.data() : mat.ptr(row), mat.cols,
+      ForEachForegroundRun(needs_marks ? marks.data() : mat.ptr(row), mat.cols,
                            [&](int first, int last) {
                              found.Append({row, first, last});
                            });

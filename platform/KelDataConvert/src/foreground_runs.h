@@ -13,10 +13,10 @@ namespace KELRA {
 // Bit i is set when byte i of the 64 is not 0.
 inline std::uint64_t ForegroundBits(const std::uint8_t* bytes) {
   std::uint64_t background = 0;
-  for (int part = 0; part < 4; ++part) {
-    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + 16 * part));
+  for (int shift = 0; shift < 64; shift += 16) {
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + shift));
     const int zeros = _mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_setzero_si128()));
-    background |= static_cast<std::uint64_t>(zeros) << (16 * part);
+    background |= static_cast<std::uint64_t>(zeros) << shift;
   }
   return ~background;
 }
@@ -36,16 +36,16 @@ void ForEachForegroundRun(const std::uint8_t* row, int width, Visit visit) {
       std::memcpy(rest, row + column, static_cast<std::size_t>(width - column));
       bits = ForegroundBits(rest);
     }
-    bool inRun = before != 0;
+    bool in_run = before != 0;
     for (std::uint64_t changes = bits ^ (bits << 1 | before); changes != 0;
          changes &= changes - 1) {
       const int at = column + std::countr_zero(changes);
-      if (inRun) {
+      if (in_run) {
         visit(first, at - 1);
       } else {
         first = at;
       }
-      inRun = !inRun;
+      in_run = !in_run;
     }
     before = bits >> (kBlock - 1);
   }

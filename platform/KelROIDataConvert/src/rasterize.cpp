@@ -147,7 +147,7 @@ Direction DirectionOf(double angleDegrees) {
 // One pair of opposite edges of a rotated rectangle: -half <= distance < half, the distance being
 // taken along an axis that points to the right, or straight down.
 struct Slab {
-  Slab(Direction axis, double halfWidth) : x(axis.cosine), y(axis.sine), half(halfWidth) {
+  Slab(Direction axis, double half_width) : x(axis.cosine), y(axis.sine), half(half_width) {
     if (x < 0 || (x == 0 && y < 0)) {
       x = -x;
       y = -y;
@@ -232,11 +232,11 @@ class Oval {
       chord = std::min(a * b / root / scale, longest);
       shear = along.cosine * along.sine * ((a - b) * (a + b)) / squared;
     }
-    const double columnScale = UnitScale(chord);
-    const double rowScale = UnitScale(vertical);
-    const double w = chord * columnScale;
-    const double h = vertical * rowScale;
-    return Oval(shape.center, shear, vertical, {columnScale, rowScale}, h * h, w * w,
+    const double column_scale = UnitScale(chord);
+    const double row_scale = UnitScale(vertical);
+    const double w = chord * column_scale;
+    const double h = vertical * row_scale;
+    return Oval(shape.center, shear, vertical, {column_scale, row_scale}, h * h, w * w,
                 w * h * (w * h));
   }
 
@@ -244,21 +244,21 @@ class Oval {
     return RowRange(center_.y - reach_, center_.y + reach_, std::abs(center_.y) + reach_, height);
   }
 
-  // The run [first, end) of the columns below `width` that lie inside, or, with `withRim` false,
+  // The run [first, end) of the columns below `width` that lie inside, or, with `with_rim` false,
   // strictly inside; empty when there are none.
-  std::pair<int, int> Columns(int row, int width, bool withRim) const {
+  std::pair<int, int> Columns(int row, int width, bool with_rim) const {
     const double shift = shear_ * (row - center_.y);
     const double down = (row - center_.y) * scale_.row;
-    const double downTerm = rowFactor_ * (down * down);
+    const double down_term = row_factor_ * (down * down);
     const auto across = [&](int column) { return ((column - center_.x) - shift) * scale_.column; };
     const auto inside = [&](int column) {
       const double t = across(column);
-      const double value = columnFactor_ * (t * t) + downTerm;
-      return withRim ? value <= limit_ : value < limit_;
+      const double value = column_factor_ * (t * t) + down_term;
+      return with_rim ? value <= limit_ : value < limit_;
     };
     const double middle = center_.x + shift;
     const double half =
-        std::sqrt(std::max(0.0, (limit_ - downTerm) / columnFactor_)) / scale_.column;
+        std::sqrt(std::max(0.0, (limit_ - down_term) / column_factor_)) / scale_.column;
     const double left = std::ceil(middle - half);
     const double right = std::floor(middle + half) + 1;
     int first = ClampToInt(left, 0, width);
@@ -287,22 +287,22 @@ class Oval {
     double row;
   };
 
-  Oval(KelPoint center, double shear, double reach, Scale scale, double columnFactor,
-       double rowFactor, double limit)
+  Oval(KelPoint center, double shear, double reach, Scale scale, double column_factor,
+       double row_factor, double limit)
       : center_(center),
         shear_(shear),
         reach_(reach),
         scale_(scale),
-        columnFactor_(columnFactor),
-        rowFactor_(rowFactor),
+        column_factor_(column_factor),
+        row_factor_(row_factor),
         limit_(limit) {}
 
   KelPoint center_;
   double shear_;  // columns per row
   double reach_;  // half the height
   Scale scale_;
-  double columnFactor_;  // inside: columnFactor x t^2 + rowFactor x y^2 <= limit
-  double rowFactor_;
+  double column_factor_;  // inside: column_factor x t^2 + row_factor x y^2 <= limit
+  double row_factor_;
   double limit_;
 };
 
@@ -343,10 +343,10 @@ std::vector<KelRun> RunsOf(const KelAnnulusShape& shape, cv::Size image) {
   const RowRange range = outer.Rows(image.height);
   for (int row = range.first; row < range.end; ++row) {
     const auto [first, end] = outer.Columns(row, image.width, true);
-    const auto [holeFirst, holeEnd] = inner.Columns(row, image.width, false);
-    if (holeFirst < holeEnd) {
-      AppendRun(runs, row, first, std::min(end, holeFirst));
-      AppendRun(runs, row, std::max(first, holeEnd), end);
+    const auto [hole_first, hole_end] = inner.Columns(row, image.width, false);
+    if (hole_first < hole_end) {
+      AppendRun(runs, row, first, std::min(end, hole_first));
+      AppendRun(runs, row, std::max(first, hole_end), end);
     } else {
       AppendRun(runs, row, first, end);
     }
@@ -358,8 +358,8 @@ std::vector<KelRun> RunsOf(const KelAnnulusShape& shape, cv::Size image) {
 struct Edge {
   KelPoint upper;
   KelPoint lower;
-  int firstRow;
-  int lastRow;
+  int first_row;
+  int last_row;
 };
 
 // The even-odd fill of a polygon, row by row.
@@ -375,38 +375,40 @@ class PolygonFill {
     for (std::size_t i = 0; i < vertices.size(); ++i) {
       AddEdge(vertices[i], vertices[i + 1 < vertices.size() ? i + 1 : 0]);
     }
-    const auto byFirstRow = [](const Edge& a, const Edge& b) { return a.firstRow < b.firstRow; };
-    std::stable_sort(edges_.begin(), edges_.end(), byFirstRow);
-    std::stable_sort(levelEdges_.begin(), levelEdges_.end(), byFirstRow);
+    const auto by_first_row = [](const Edge& a, const Edge& b) {
+      return a.first_row < b.first_row;
+    };
+    std::stable_sort(edges_.begin(), edges_.end(), by_first_row);
+    std::stable_sort(level_edges_.begin(), level_edges_.end(), by_first_row);
   }
 
   std::vector<KelRun> Runs() {
     std::vector<KelRun> runs;
-    std::size_t nextEdge = 0;
-    std::size_t nextLevel = 0;
+    std::size_t next_edge = 0;
+    std::size_t next_level = 0;
     while (true) {
       if (active_.empty()) {
         // On to the next row that anything reaches.
         int next = image_.height;
-        if (nextEdge < edges_.size()) {
-          next = std::min(next, edges_[nextEdge].firstRow);
+        if (next_edge < edges_.size()) {
+          next = std::min(next, edges_[next_edge].first_row);
         }
-        if (nextLevel < levelEdges_.size()) {
-          next = std::min(next, levelEdges_[nextLevel].firstRow);
+        if (next_level < level_edges_.size()) {
+          next = std::min(next, level_edges_[next_level].first_row);
         }
         if (next == image_.height) {
           return runs;
         }
         row_ = next;
       }
-      for (; nextEdge < edges_.size() && edges_[nextEdge].firstRow == row_; ++nextEdge) {
-        active_.push_back(edges_[nextEdge]);
+      for (; next_edge < edges_.size() && edges_[next_edge].first_row == row_; ++next_edge) {
+        active_.push_back(edges_[next_edge]);
       }
       spans_.clear();
       crossings_.clear();
-      for (; nextLevel < levelEdges_.size() && levelEdges_[nextLevel].firstRow == row_;
-           ++nextLevel) {
-        AddLevelSpan(levelEdges_[nextLevel]);
+      for (; next_level < level_edges_.size() && level_edges_[next_level].first_row == row_;
+           ++next_level) {
+        AddLevelSpan(level_edges_[next_level]);
       }
       for (const Edge& edge : active_) {
         AddCrossing(edge);
@@ -417,7 +419,7 @@ class PolygonFill {
       }
       AppendUnion(runs, row_, spans_);
       active_.erase(std::remove_if(active_.begin(), active_.end(),
-                                   [&](const Edge& edge) { return edge.lastRow == row_; }),
+                                   [&](const Edge& edge) { return edge.last_row == row_; }),
                     active_.end());
       ++row_;
     }
@@ -429,13 +431,13 @@ class PolygonFill {
       std::swap(a, b);
     }
     const int last = image_.height - 1;
-    const double firstRow = std::ceil(a.y);
-    const double lastRow = std::floor(b.y);
-    if (firstRow > lastRow || lastRow < 0 || firstRow > last) {
+    const double first_row = std::ceil(a.y);
+    const double last_row = std::floor(b.y);
+    if (first_row > last_row || last_row < 0 || first_row > last) {
       return;
     }
-    const Edge edge{a, b, ClampToInt(firstRow, 0, last), ClampToInt(lastRow, 0, last)};
-    (a.y == b.y ? levelEdges_ : edges_).push_back(edge);
+    const Edge edge{a, b, ClampToInt(first_row, 0, last), ClampToInt(last_row, 0, last)};
+    (a.y == b.y ? level_edges_ : edges_).push_back(edge);
   }
 
   void AddLevelSpan(const Edge& edge) {
@@ -475,10 +477,10 @@ class PolygonFill {
   cv::Size image_;
   double scale_ = 1;
   int row_ = 0;
-  std::vector<Edge> edges_;       // by first row
-  std::vector<Edge> levelEdges_;  // by row
-  std::vector<Edge> active_;      // those that the row meets
-  std::vector<int> crossings_;    // of the row: the first column to the right of each edge
+  std::vector<Edge> edges_;        // by first row
+  std::vector<Edge> level_edges_;  // by row
+  std::vector<Edge> active_;       // those that the row meets
+  std::vector<int> crossings_;     // of the row: the first column to the right of each edge
   std::vector<std::pair<int, int>> spans_;  // of the row: [first, end) inside or on an edge
 };
 

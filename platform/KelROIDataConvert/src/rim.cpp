@@ -48,16 +48,16 @@ std::vector<KelRun> RimOf(const std::vector<KelRun>& runs) {
   std::vector<KelRun> rim;
   std::vector<KelRun> interior;
   std::vector<KelRun> scratch;
-  const auto rowFrom = [&](auto first) {
+  const auto row_from = [&](auto first) {
     const auto end =
         std::find_if(first, runs.end(), [&](const KelRun& run) { return run.row != first->row; });
     return Row(first, end);
   };
   Row above;
-  Row row = runs.empty() ? Row() : rowFrom(runs.begin());
+  Row row = runs.empty() ? Row() : row_from(runs.begin());
   while (!row.empty()) {
     const auto next = runs.begin() + (row.data() + row.size() - runs.data());
-    const Row below = next == runs.end() ? Row() : rowFrom(next);
+    const Row below = next == runs.end() ? Row() : row_from(next);
     interior.clear();
     const int y = row.front().row;
     if (!above.empty() && above.front().row == y - 1 && !below.empty() &&

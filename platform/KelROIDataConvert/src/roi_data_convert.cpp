@@ -96,8 +96,8 @@ std::vector<uchar> FilledRow(int type, int pixels, double value) {
 // run of this or a later row, and is moved behind those of this row.
 template <class Inside, class Outside>
 void WalkRow(int row, int first, int end, std::vector<KelRun>::const_iterator& run,
-             std::vector<KelRun>::const_iterator runsEnd, Inside inside, Outside outside) {
-  for (; run != runsEnd && run->row == row; ++run) {
+             std::vector<KelRun>::const_iterator runs_end, Inside inside, Outside outside) {
+  for (; run != runs_end && run->row == row; ++run) {
     if (first < run->firstColumn) {
       outside(first, run->firstColumn - first);
     }
@@ -113,16 +113,16 @@ void WalkRow(int row, int first, int end, std::vector<KelRun>::const_iterator& r
 cv::Mat CutOut(const cv::Mat& image, const PixelRuns& covered, double fill) {
   const cv::Rect& box = covered.box;
   const std::vector<uchar> filling = FilledRow(image.type(), box.width, fill);
-  const std::size_t pixelSize = image.elemSize();
+  const std::size_t pixel_size = image.elemSize();
   cv::Mat cut(box.size(), image.type());
   auto run = covered.runs.begin();
   for (int row = box.y; row < box.y + box.height; ++row) {
     const uchar* from = image.ptr(row, box.x);
     uchar* to = cut.ptr(row - box.y);
     const auto offset = [&](int column) {
-      return static_cast<std::size_t>(column - box.x) * pixelSize;
+      return static_cast<std::size_t>(column - box.x) * pixel_size;
     };
-    const auto bytes = [&](int count) { return static_cast<std::size_t>(count) * pixelSize; };
+    const auto bytes = [&](int count) { return static_cast<std::size_t>(count) * pixel_size; };
     WalkRow(
         row, box.x, box.x + box.width, run, covered.runs.end(),
         [&](int column, int count) {
@@ -136,13 +136,13 @@ cv::Mat CutOut(const cv::Mat& image, const PixelRuns& covered, double fill) {
 }
 
 void CopyRows(const cv::Mat& from, int first, int end, cv::Mat& to) {
-  const std::size_t rowSize = static_cast<std::size_t>(from.cols) * from.elemSize();
+  const std::size_t row_size = static_cast<std::size_t>(from.cols) * from.elemSize();
   if (from.isContinuous() && first < end) {
-    std::memcpy(to.ptr(first), from.ptr(first), rowSize * static_cast<std::size_t>(end - first));
+    std::memcpy(to.ptr(first), from.ptr(first), row_size * static_cast<std::size_t>(end - first));
     return;
   }
   for (int row = first; row < end; ++row) {
-    std::memcpy(to.ptr(row), from.ptr(row), rowSize);
+    std::memcpy(to.ptr(row), from.ptr(row), row_size);
   }
 }
 
@@ -150,22 +150,22 @@ void CopyRows(const cv::Mat& from, int first, int end, cv::Mat& to) {
 // result is written once.
 cv::Mat PutBack(const cv::Mat& image, const cv::Mat& part, const PixelRuns& covered) {
   const cv::Rect& box = covered.box;
-  const std::size_t pixelSize = image.elemSize();
+  const std::size_t pixel_size = image.elemSize();
   cv::Mat restored(image.size(), image.type());
   CopyRows(image, 0, box.y, restored);
   auto run = covered.runs.begin();
   for (int row = box.y; row < box.y + box.height; ++row) {
-    const uchar* fromImage = image.ptr(row);
-    const uchar* fromPart = part.ptr(row - box.y);
+    const uchar* from_image = image.ptr(row);
+    const uchar* from_part = part.ptr(row - box.y);
     uchar* to = restored.ptr(row);
-    const auto bytes = [&](int count) { return static_cast<std::size_t>(count) * pixelSize; };
+    const auto bytes = [&](int count) { return static_cast<std::size_t>(count) * pixel_size; };
     WalkRow(
         row, 0, image.cols, run, covered.runs.end(),
         [&](int column, int count) {
-          std::memcpy(to + bytes(column), fromPart + bytes(column - box.x), bytes(count));
+          std::memcpy(to + bytes(column), from_part + bytes(column - box.x), bytes(count));
         },
         [&](int column, int count) {
-          std::memcpy(to + bytes(column), fromImage + bytes(column), bytes(count));
+          std::memcpy(to + bytes(column), from_image + bytes(column), bytes(count));
         });
   }
   CopyRows(image, box.y + box.height, image.rows, restored);
@@ -177,20 +177,21 @@ cv::Mat MaskOf(const std::vector<KelRun>& runs, cv::Size size, uchar inside, uch
   auto run = runs.begin();
   for (int row = 0; row < size.height; ++row) {
     uchar* to = mask.ptr(row);
-    const auto paintedWith = [&](uchar value) {
+    const auto painted_with = [&](uchar value) {
       return [to, value](int column, int count) {
         std::memset(to + column, value, static_cast<std::size_t>(count));
       };
     };
-    WalkRow(row, 0, size.width, run, runs.end(), paintedWith(inside), paintedWith(outside));
+    WalkRow(row, 0, size.width, run, runs.end(), painted_with(inside), painted_with(outside));
   }
   return mask;
 }
 
 }  // namespace
 
-KelROIDataConvert::KelROIDataConvert() = default;
-KelROIDataConvert::~KelROIDataConvert() = default;
+// Functions of the library rather than of its callers: another build of it may do more.
+KelROIDataConvert::KelROIDataConvert() {}
+KelROIDataConvert::~KelROIDataConvert() {}
 
 KelLong KelROIDataConvert::ROIImageExtraction(cv::Mat& image, KelROI& roi, cv::Mat* out, int clip,
                                               double fill) {

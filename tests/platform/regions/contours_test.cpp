@@ -98,7 +98,7 @@ struct Flood {
           continue;
         }
         ++count;
-        reachesBorder.push_back(false);
+        reaches_border.push_back(false);
         first.emplace_back(x, y);
         Contour stack = {{x, y}};
         labels.at<int>(y, x) = count;
@@ -109,7 +109,7 @@ struct Flood {
             const auto [dx, dy] = kSteps[static_cast<std::size_t>(i)];
             const cv::Point next = at + cv::Point(dx, dy);
             if (!all.contains(next)) {
-              reachesBorder.back() = true;
+              reaches_border.back() = true;
             } else if ((image.at<uchar>(next) != 0) == foreground && labels.at<int>(next) == 0) {
               labels.at<int>(next) = count;
               stack.push_back(next);
@@ -124,7 +124,7 @@ struct Flood {
 
   cv::Mat labels;
   int count = 0;
-  std::vector<bool> reachesBorder;
+  std::vector<bool> reaches_border;
   Contour first;  // the first pixel of each
 };
 
@@ -133,7 +133,7 @@ cv::Mat PlainHoles(const cv::Mat& image) {
   const Flood background(image, false, 4);
   cv::Mat holes = cv::Mat::zeros(image.size(), CV_8UC1);
   for (int label = 1; label <= background.count; ++label) {
-    if (!background.reachesBorder[static_cast<std::size_t>(label - 1)]) {
+    if (!background.reaches_border[static_cast<std::size_t>(label - 1)]) {
       holes.setTo(255, background.Pixels(label));
     }
   }
@@ -351,20 +351,20 @@ TEST(Contours, BelongToOneComponentEach) {
       int last = 0;
       for (const int hole : found.ChildrenOf(top)) {
         ++holes;
-        const int holeLabel = background.labels.at<int>(found.Line(hole).front());
-        ASSERT_GT(holeLabel, last);  // the order of the first pixels
-        last = holeLabel;
+        const int hole_label = background.labels.at<int>(found.Line(hole).front());
+        ASSERT_GT(hole_label, last);  // the order of the first pixels
+        last = hole_label;
         cv::Mat painted = cv::Mat::zeros(image.size(), CV_8UC1);
         Paint(painted, found, hole);
-        ASSERT_TRUE(SameImage(painted, background.Pixels(holeLabel)));
+        ASSERT_TRUE(SameImage(painted, background.Pixels(hole_label)));
         // Left of a hole's first pixel is the object around it.
-        ASSERT_EQ(objects.labels.at<int>(background.first[static_cast<std::size_t>(holeLabel - 1)] -
-                                         cv::Point(1, 0)),
+        ASSERT_EQ(objects.labels.at<int>(
+                      background.first[static_cast<std::size_t>(hole_label - 1)] - cv::Point(1, 0)),
                   label);
       }
     }
-    ASSERT_EQ(holes, static_cast<std::size_t>(std::count(background.reachesBorder.begin(),
-                                                         background.reachesBorder.end(), false)));
+    ASSERT_EQ(holes, static_cast<std::size_t>(std::count(background.reaches_border.begin(),
+                                                         background.reaches_border.end(), false)));
   }
 }
 

@@ -15,7 +15,6 @@
 #include <vector>
 
 #include "run_grid.h"
-#include "test_images.h"
 
 namespace {
 
@@ -33,7 +32,6 @@ using KELRA::PixelRuns;
 using KELRA::Rasterize;
 using kelra_test::AreMaximalRuns;
 using kelra_test::Painted;
-using kelra_test::SameImage;
 using kelra_test::SameRuns;
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
@@ -49,8 +47,8 @@ using Model = std::function<Verdict(int column, int row)>;
 // Runs that are well formed, tightly boxed, and cover what the model says.
 ::testing::AssertionResult Agrees(const KelShape& shape, cv::Size image, const Model& model) {
   const PixelRuns got = Rasterize(shape, image);
-  if (const auto wellFormed = AreMaximalRuns(got.runs, image); !wellFormed) {
-    return wellFormed;
+  if (const auto well_formed = AreMaximalRuns(got.runs, image); !well_formed) {
+    return well_formed;
   }
   const cv::Mat grid = Painted(got.runs, image);
   std::vector<cv::Point> covered;
@@ -87,7 +85,7 @@ class RandomShapes {
  public:
   explicit RandomShapes(std::uint64_t seed) : random_(seed) {}
 
-  bool Chance(int oneIn) { return random_.uniform(0, oneIn) == 0; }
+  bool Chance(int one_in) { return random_.uniform(0, one_in) == 0; }
   int Int(int low, int high) { return random_.uniform(low, high + 1); }
   cv::Size Image() { return {Int(1, 60), Int(1, 40)}; }
 
@@ -186,8 +184,8 @@ TEST(Rasterize, CircleIncludesItsRim) {
     const std::int64_t r = random.Eighths(0, 45);
     ASSERT_TRUE(Agrees(KelCircleShape{{Pixels(x), Pixels(y)}, Pixels(r)}, image,
                        [&](int column, int row) {
-                         const std::int64_t dx = 8 * column - x;
-                         const std::int64_t dy = 8 * row - y;
+                         const std::int64_t dx = std::int64_t{8} * column - x;
+                         const std::int64_t dy = std::int64_t{8} * row - y;
                          return Exactly(dx * dx + dy * dy <= r * r);
                        }))
         << "trial " << trial;
@@ -204,8 +202,8 @@ TEST(Rasterize, AnnulusIncludesBothRims) {
     const std::int64_t outer = random.Eighths(0, 45);
     ASSERT_TRUE(Agrees(KelAnnulusShape{{Pixels(x), Pixels(y)}, Pixels(inner), Pixels(outer)}, image,
                        [&](int column, int row) {
-                         const std::int64_t dx = 8 * column - x;
-                         const std::int64_t dy = 8 * row - y;
+                         const std::int64_t dx = std::int64_t{8} * column - x;
+                         const std::int64_t dy = std::int64_t{8} * row - y;
                          const std::int64_t d = dx * dx + dy * dy;
                          return Exactly(inner * inner <= d && d <= outer * outer);
                        }))
@@ -228,8 +226,8 @@ TEST(Rasterize, UprightEllipseIncludesItsRim) {
     }
     ASSERT_TRUE(Agrees(shape, image,
                        [&](int column, int row) {
-                         const std::int64_t dx = (8 * column - x) * ry;
-                         const std::int64_t dy = (8 * row - y) * rx;
+                         const std::int64_t dx = (std::int64_t{8} * column - x) * ry;
+                         const std::int64_t dy = (std::int64_t{8} * row - y) * rx;
                          return Exactly(rx > 0 && ry > 0 && dx * dx + dy * dy <= rx * ry * rx * ry);
                        }))
         << "trial " << trial;

@@ -77,9 +77,10 @@ TEST(RegionOfInterest, IsIndependentOfWhatItWasMadeFrom) {
 
 TEST(RegionOfInterest, CopiesShareTheGeometry) {
   const KelROI polygon = KelROI::Polygon({{1, 2}, {3, 4}, {5, 7}});
-  const KelROI copy(polygon);
+  KelROI copy(polygon);
   KelROI assigned;
   assigned = polygon;
+  copy = assigned;
   EXPECT_EQ(&copy.Shape(), &polygon.Shape());
   EXPECT_EQ(&assigned.Shape(), &polygon.Shape());
   EXPECT_EQ(assigned.ROIType(), KEL_ROI_POLYGON);

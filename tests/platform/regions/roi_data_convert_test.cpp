@@ -16,9 +16,11 @@
 
 // Under a sanitizer too an allocation that fails is to fail, not to end the program.
 #if defined(__GNUC__)
+// NOLINTBEGIN(readability-identifier-naming): the runtimes look for these names.
 #define RUNTIME_HOOK extern "C" __attribute__((visibility("default"), used))
 RUNTIME_HOOK const char* __asan_default_options() { return "allocator_may_return_null=1"; }
 RUNTIME_HOOK const char* __tsan_default_options() { return "allocator_may_return_null=1"; }
+// NOLINTEND(readability-identifier-naming)
 #endif
 
 namespace {
@@ -229,15 +231,15 @@ TEST(RoiRestore, TakesThePixelsInsideTheShapeFromThePart) {
         SCOPED_TRACE(region.name + ", " + TypeName(type));
         const Cover cover(region.roi, kSize);
         GuardedImage part(RandomBytes(cover.box.size(), type, 6), layout.gap, layout.margin);
-        const cv::Mat partBefore = part.Mat().clone();
+        const cv::Mat part_before = part.Mat().clone();
         for (const int masked : {0, 1}) {
           cv::Mat out;
           ASSERT_EQ(converter.ROIImageRestore(image.Mat(), part.Mat(), region.roi, &out, masked),
                     0);
-          EXPECT_TRUE(SameImage(out, PlainRestore(before, partBefore, cover, masked != 0)));
+          EXPECT_TRUE(SameImage(out, PlainRestore(before, part_before, cover, masked != 0)));
           EXPECT_TRUE(OwnsItsPixels(out));
         }
-        EXPECT_TRUE(SameImage(part.Mat(), partBefore));
+        EXPECT_TRUE(SameImage(part.Mat(), part_before));
         EXPECT_TRUE(part.SurroundingsUntouched());
       }
       EXPECT_TRUE(SameImage(image.Mat(), before));
@@ -263,11 +265,11 @@ TEST(RoiRestore, OutputMayBeAnInputOrShareItsMemory) {
   KelROI roi = KelROI::Circle({10, 8}, 6);
   const Cover cover(roi, kSize);
   const cv::Mat original = RandomBytes(kSize, CV_8UC3, 8);
-  const cv::Mat originalPart = RandomBytes(cover.box.size(), CV_8UC3, 9);
-  const cv::Mat expected = PlainRestore(original, originalPart, cover, true);
+  const cv::Mat original_part = RandomBytes(cover.box.size(), CV_8UC3, 9);
+  const cv::Mat expected = PlainRestore(original, original_part, cover, true);
 
   cv::Mat image = original.clone();
-  cv::Mat part = originalPart.clone();
+  cv::Mat part = original_part.clone();
   cv::Mat keeper = image;
   ASSERT_EQ(converter.ROIImageRestore(image, part, roi, &image, 1), 0);
   EXPECT_TRUE(SameImage(image, expected));
@@ -432,9 +434,9 @@ TEST(RoiConvert, ConcurrentCallsOnOneObjectGiveTheSameResults) {
       wrong += ok ? 0 : 1;
     }
   };
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back(work);
+  std::thread threads[4];
+  for (std::thread& thread : threads) {
+    thread = std::thread(work);
   }
   for (std::thread& thread : threads) {
     thread.join();
