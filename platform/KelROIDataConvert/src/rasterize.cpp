@@ -344,12 +344,10 @@ std::vector<KelRun> RunsOf(const KelAnnulusShape& shape, cv::Size image) {
   for (int row = range.first; row < range.end; ++row) {
     const auto [first, end] = outer.Columns(row, image.width, true);
     const auto [hole_first, hole_end] = inner.Columns(row, image.width, false);
-    if (hole_first < hole_end) {
-      AppendRun(runs, row, first, std::min(end, hole_first));
-      AppendRun(runs, row, std::max(first, hole_end), end);
-    } else {
-      AppendRun(runs, row, first, end);
-    }
+    // What lies strictly inside the inner circle lies inside the outer one.
+    const bool has_hole = hole_first < hole_end;
+    AppendRun(runs, row, first, has_hole ? hole_first : end);
+    AppendRun(runs, row, has_hole ? hole_end : end, end);
   }
   return runs;
 }

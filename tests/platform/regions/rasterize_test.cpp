@@ -437,6 +437,15 @@ TEST(Rasterize, HugeShapesAroundTheImageCoverAllOfIt) {
   }
 }
 
+TEST(Rasterize, TheLargestEllipseCoversTheImageAtEveryAngle) {
+  constexpr double kLargest = std::numeric_limits<double>::max();
+  for (int angle = 0; angle <= 360; ++angle) {
+    const KelEllipseShape shape{{5, 5}, kLargest, kLargest, static_cast<double>(angle)};
+    EXPECT_EQ(Rasterize(shape, {10, 10}).runs.size(), 10U) << angle;
+    EXPECT_TRUE(Rasterize(shape, {10, 10}).FillsBox()) << angle;
+  }
+}
+
 TEST(Rasterize, ShapesFarAwayCoverNothing) {
   for (const double far : {1e9, 1e20, 1e300, -1e9, -1e20, -1e300}) {
     const std::vector<KelShape> shapes = {
@@ -451,6 +460,8 @@ TEST(Rasterize, ShapesFarAwayCoverNothing) {
         KelAnnulusShape{{far, far}, 1, 5},
         KelPolygonShape{{{far, 0}, {far, 5}, {far, 9}}},
         KelPolygonShape{{{0, far}, {5, far}, {9, far}}},
+        // To the right of a steep edge that passes the image at a distance.
+        KelPolygonShape{{{-1e200, -1e300}, {3e200, 1e300}, {1e300, 0}}},
     };
     for (std::size_t i = 0; i < shapes.size(); ++i) {
       EXPECT_TRUE(Rasterize(shapes[i], {10, 10}).runs.empty()) << far << ", shape " << i;
@@ -464,14 +475,18 @@ TEST(Rasterize, CirclesBeyondThePrecisionOfTheirCoordinatesAgreeWithTheirPredica
   for (const double size : {1e6, 1e8, 1e12, 1e15, 1e16, 1e17, 1e18}) {
     for (const double offset : {-100.0, 0.0, 10.0, 150.0, 290.0}) {
       for (const double down : {0.0, 7.0, 1e9}) {
-        const KelCircleShape shape{{size + offset, down}, size};
-        ASSERT_TRUE(Agrees(shape, image,
-                           [&](int column, int row) {
-                             const double dx = column - shape.center.x;
-                             const double dy = row - shape.center.y;
-                             return Exactly(dx * dx + dy * dy <= shape.radius * shape.radius);
-                           }))
-            << size << ' ' << offset << ' ' << down;
+        const double across = size + offset;
+        for (const KelCircleShape& shape :
+             {KelCircleShape{{across, down}, size}, KelCircleShape{{down, across}, size}}) {
+          const cv::Size seen = shape.center.x == across ? image : cv::Size(20, 300);
+          ASSERT_TRUE(Agrees(shape, seen,
+                             [&](int column, int row) {
+                               const double dx = column - shape.center.x;
+                               const double dy = row - shape.center.y;
+                               return Exactly(dx * dx + dy * dy <= shape.radius * shape.radius);
+                             }))
+              << size << ' ' << offset << ' ' << down;
+        }
       }
     }
   }
