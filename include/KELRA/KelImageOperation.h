@@ -91,6 +91,97 @@ class KELIMAGEOPERATION_API KelImageOperation {
   KelLong DivideConst(KelImage& src, KelROI& roi, KelImage* dst, int value, float scale,
                       float offset);
 
+  // The second image laid onto the first, its top left pixel at `position` and turned by `angle`;
+  // where it lies, result = saturate((image1 + image2) * scale + offset), each sample. Elsewhere
+  // the first image, whose size and depth the result has.
+  //
+  // `position` in pixels of the first image, inside it; `angle` in degrees, 0 to 360,
+  // counterclockwise as seen on a screen. When one image has one channel and the other three, the
+  // one-channel image itself is changed to three. `scale` and `offset` may be any float.
+  //
+  // Upright, that is at angle 0, the position's fraction is dropped and blocks and tails count on
+  // the part of the rows where the images overlap.
+  //
+  // At any other angle, 360 included, the second image is turned by OpenCV with bilinear
+  // interpolation into its bounding box, whose corner comes to lie so that the turned top left
+  // pixel is at `position`, fractions dropped; what sticks out is cut off, and where nothing is
+  // left the result is the first image. The sum saturates. Unless `scale` is 1 and `offset` 0, it
+  // is then scaled and offset where the turned image has a share in the pixel, in double precision
+  // (rounded to single for three channels), and truncated.
+  //
+  // Statuses in order: ERR_BIT_DEPTH (first image neither 8- nor 16-bit unsigned),
+  // ERR_DEPTH_MISMATCH, ERR_IMAGE_EMPTY (either), ERR_CHANNEL_COUNT (either neither 1 nor 3),
+  // ERR_PARAM_1 (position), ERR_PARAM_2 (angle). Uses efficiency mode when `position` is exactly
+  // (0, 0), before all checks.
+  KelLong Add(KelImage& image1, KelImage& image2, KelImage* result, KelPoint& position,
+              double angle, float scale, float offset);
+
+  // result = saturate((image1 - image2) * scale + offset) where the second image lies on the first.
+  //
+  // All else as for Add; turned, the difference saturates before it is scaled and offset.
+  KelLong Subtract(KelImage& image1, KelImage& image2, KelImage* result, KelPoint& position,
+                   double angle, float scale, float offset);
+
+  // result = saturate(image1 * image2 * scale + offset) where the second image lies on the first;
+  // image1 * image2 is rounded to single precision first.
+  //
+  // All else as for Add, but when turned: the result is OpenCV's saturate(image1 * image2 * scale).
+  // At 8 bits `offset` is then added where the turned image has a share in the pixel, and the sum
+  // truncated. At 16 bits `offset` has no effect, and around the turned image, in its bounding box,
+  // the first image is scaled too.
+  KelLong Multiply(KelImage& image1, KelImage& image2, KelImage* result, KelPoint& position,
+                   double angle, float scale, float offset);
+
+  // result = saturate(image1 / image2 * scale + offset) where the second image lies on the first,
+  // rounded half up in every pixel; 0 where the second image is 0, whatever the offset.
+  //
+  // All else as for Add, but when turned: the result is OpenCV's saturate(image1 * scale / image2),
+  // rounded to nearest and 0 where the second image is 0. Where the turned image has a share in the
+  // pixel `offset` is then added, and the sum truncated; at 16 bits the result of that is scaled
+  // and offset once more.
+  KelLong Divide(KelImage& image1, KelImage& image2, KelImage* result, KelPoint& position,
+                 double angle, float scale, float offset);
+
+  // The second image laid onto the first as by Add; where it lies, result = image1 & image2, each
+  // bit. Elsewhere, and around a turned image, the first image.
+  //
+  // Statuses in order: ERR_BIT_DEPTH (first image), ERR_DEPTH_MISMATCH, ERR_IMAGE_EMPTY (either),
+  // ERR_CHANNEL_COUNT (either neither 1 nor 3; a one-channel image beside another has been changed
+  // to three channels by then), ERR_PARAM_1 (position), ERR_PARAM_2 (angle). The library catches
+  // what OpenCV throws: ERR_WARP_EXCEPTION when the second image cannot be turned, being wider or
+  // higher than 32766 pixels for example, ERR_BITWISE_EXCEPTION when the images cannot be combined.
+  KelLong BitAnd(KelImage& image1, KelImage& image2, KelImage* result, KelPoint& position,
+                 double angle);
+
+  // result = image1 | image2 where the second image lies on the first. All else as for BitAnd.
+  KelLong BitOr(KelImage& image1, KelImage& image2, KelImage* result, KelPoint& position,
+                double angle);
+
+  // result = image1 ^ image2 where the second image lies on the first. All else as for BitAnd.
+  KelLong BitXor(KelImage& image1, KelImage& image2, KelImage* result, KelPoint& position,
+                 double angle);
+
+  // A copy of the first image, with a mark in every pixel where the relation holds between the
+  // images. The first column is never tested and keeps the first image's values.
+  //
+  // `mode`: 0 equal, 1 greater, 2 greater or equal, 3 less, 4 less or equal, 5 not equal, the first
+  // image against the second, mark 0; 6 to 11 the same with the mark 255, at 16 bits too. Images of
+  // different sizes are compared where both have pixels, from the top left on; the rest is the
+  // first image. Statuses in order: ERR_IMAGE_EMPTY (first, second image), ERR_PARAM_1 (mode),
+  // ERR_NOT_SINGLE_CHANNEL (either), ERR_BIT_DEPTH (first image), ERR_DEPTH_MISMATCH.
+  KelLong Compare(KelImage& image1, KelImage& image2, KelImage* result, int mode);
+
+  // A copy of the image, with a mark in every pixel of the region where the relation holds between
+  // the image and `value`. The first column of the image, or of the part that the region cuts out,
+  // is never tested and keeps its values.
+  //
+  // `value`: 0 to 255 for 8-bit, 0 to 65535 for 16-bit images. `mode` as for Compare. Statuses in
+  // order: ERR_IMAGE_EMPTY, ERR_NOT_SINGLE_CHANNEL, ERR_PARAM_1 (value), ERR_PARAM_2 (mode),
+  // ERR_ROI_TYPE; then ERR_BIT_DEPTH or the region library's code, with `result` a copy of `image`
+  // under a run-length region and otherwise as it was, unless putting a part back failed, which
+  // leaves what the region library made.
+  KelLong CompareConst(KelImage& image, KelROI& roi, KelImage* result, int value, int mode);
+
  private:
   std::shared_ptr<cv::Mat> buffer_;
 };

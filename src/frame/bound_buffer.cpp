@@ -4,11 +4,15 @@
 
 namespace KELRA {
 
-void BoundBuffer::Bind(cv::Mat& buffer, const KelImage& src, KelImage* dst) {
-  const cv::Mat& input = src.Mat();
-  if (SharesPixels(buffer, input)) {
+void BoundBuffer::KeepPixels(cv::Mat& buffer, const KelImage& input) {
+  if (SharesPixels(buffer, input.Mat())) {
     buffer.release();
   }
+}
+
+void BoundBuffer::Bind(cv::Mat& buffer, const KelImage& src, KelImage* dst) {
+  KeepPixels(buffer, src);
+  const cv::Mat& input = src.Mat();
   buffer.create(input.size(), input.type());
   bound_ = buffer;
   dst->Mat() = buffer;

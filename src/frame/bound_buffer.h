@@ -19,6 +19,9 @@ class BoundBuffer {
   // exchanged for a new one.
   void Bind(cv::Mat& buffer, const KelImage& src, KelImage* dst);
 
+  // The same for an input that Bind is not told of.
+  static void KeepPixels(cv::Mat& buffer, const KelImage& input);
+
   // The whole buffer holds a result.
   void MarkOverwritten() { bound_.release(); }
 

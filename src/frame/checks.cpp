@@ -11,6 +11,10 @@ Status CheckBitDepth(const KelImage& image) {
   return IsSupportedDepth(image.BitDepth()) ? STATUS_OK : ERR_BIT_DEPTH;
 }
 
+Status CheckSameDepth(const KelImage& first, const KelImage& second) {
+  return first.BitDepth() == second.BitDepth() ? STATUS_OK : ERR_DEPTH_MISMATCH;
+}
+
 Status CheckChannels(const KelImage& image) {
   return HasOneOrThreeChannels(image.Mat()) ? STATUS_OK : ERR_CHANNEL_COUNT;
 }

@@ -16,6 +16,8 @@ inline int LargestSample(KelImageType depth) { return depth == KEL_8U ? 255 : 65
 Status CheckNotEmpty(const KelImage& image);
 // ERR_BIT_DEPTH: neither 8-bit nor 16-bit unsigned.
 Status CheckBitDepth(const KelImage& image);
+// ERR_DEPTH_MISMATCH: samples of different types.
+Status CheckSameDepth(const KelImage& first, const KelImage& second);
 // ERR_CHANNEL_COUNT: neither one nor three channels.
 Status CheckChannels(const KelImage& image);
 // ERR_ROI_TYPE: a kind of region that has no area.

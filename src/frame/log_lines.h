@@ -14,11 +14,26 @@ struct LogLines {
 
 namespace log_lines {
 
+// The line of an exit that is never logged.
+inline constexpr int kNoExit = 0;
+
 inline constexpr LogLines kConstantArithmetic{"GreyAndOrOperation2_greyValue", 5424, 5513};
 inline constexpr LogLines kAddConst{"AddConst", 5523, 5705};
 inline constexpr LogLines kSubtractConst{"SubtractConst", 5747, 5873};
 inline constexpr LogLines kMultiplyConst{"MultiplyConst", 5916, 6032};
 inline constexpr LogLines kDivideConst{"DivideConst", 6080, 6208};
+
+inline constexpr LogLines kPlacedArithmetic{"GreyAndOrOperation2", 4789, 5386};
+inline constexpr LogLines kAdd{"Add", 5398, 5416};
+inline constexpr LogLines kSubtract{"Subtract", 5717, 5736};
+inline constexpr LogLines kMultiply{"Multiply", 5886, 5905};
+inline constexpr LogLines kDivide{"Divide", 6051, 6069};
+inline constexpr LogLines kBitAnd{"BitAnd", 6368, kNoExit};
+inline constexpr LogLines kBitOr{"BitOr", 6493, kNoExit};
+inline constexpr LogLines kBitXor{"BitXor", 6618, kNoExit};
+inline constexpr LogLines kComparison{"GreyAndOrOperation2_Compare", 4709, 4776};
+inline constexpr LogLines kCompare{"Compare", 7684, kNoExit};
+inline constexpr LogLines kCompareConst{"CompareConst", 7949, 8044};
 
 }  // namespace log_lines
 }  // namespace KELRA

@@ -3,43 +3,17 @@
 #include <algorithm>
 #include <cmath>
 
-#include "frame/cache_size.h"
+#include "frame/body_rows.h"
 
 namespace KELRA::tbbup {
 namespace {
 
 using kernels::Extent;
 using kernels::Linear;
-using kernels::Rows;
-
-// A header that does not count as a reference: the launcher's caller holds the pixels while the
-// body lives.
-cv::Mat HeaderOf(const cv::Mat& mat) {
-  return cv::Mat(mat.rows, mat.cols, mat.type(), mat.data, mat.step[0]);
-}
 
 // Pixels of a vector block; what exceeds a multiple of them is a row's tail.
 template <class Sample>
 constexpr int kBlockPixels = 16 / static_cast<int>(sizeof(Sample));
-
-template <class Sample>
-Rows<Sample> RowsOf(const cv::Mat& mat, const RowRange& rows) {
-  return {
-      reinterpret_cast<Sample*>(mat.data + mat.step[0] * static_cast<std::size_t>(rows.begin())),
-      static_cast<std::ptrdiff_t>(mat.step[0])};
-}
-
-std::size_t PixelBytes(const cv::Mat& mat) {
-  return static_cast<std::size_t>(mat.rows) * static_cast<std::size_t>(mat.cols) * mat.elemSize();
-}
-
-// Whether to bypass the caches: the images exceed them, and the output is not in them by being an
-// input.
-template <class... Inputs>
-bool ShouldStream(const cv::Mat& output, const Inputs&... inputs) {
-  return (PixelBytes(output) + ... + PixelBytes(inputs)) > LastLevelCacheBytes() &&
-         ((output.data != inputs.data) && ...);
-}
 
 template <class Sample>
 Extent BlocksAndTail(const cv::Mat& input, const RowRange& rows) {

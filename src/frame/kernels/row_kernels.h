@@ -44,6 +44,16 @@ struct Linear {
 enum Arithmetic : unsigned { kAdd = 0, kSubtract = 1, kMultiply = 2, kDivide = 3 };
 inline constexpr int kArithmeticCount = 4;
 
+enum Relation : unsigned {
+  kEqual = 0,
+  kGreater = 1,
+  kGreaterOrEqual = 2,
+  kLess = 3,
+  kLessOrEqual = 4,
+  kNotEqual = 5
+};
+inline constexpr int kRelationCount = 6;
+
 template <class Sample>
 struct SampleKernels {
   // dst = saturate((src op constant) * scale + offset)
@@ -58,12 +68,21 @@ struct SampleKernels {
   // dst = saturate(a op b): the image forms with scale 1 and offset 0, in integers
   using Saturate = void (*)(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst,
                             Extent extent);
+  // dst = the mark where the relation holds between a and b, elsewhere a; a row's first sample is
+  // not tested
+  using MarkByImage = void (*)(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst,
+                               Extent extent, Sample mark);
+  // The same between src and a constant
+  using MarkByConstant = void (*)(Rows<const Sample> src, Rows<Sample> dst, Extent extent,
+                                  Sample constant, Sample mark);
 
   std::array<WithConstant, kArithmeticCount> with_constant;
   std::array<WithImage, kArithmeticCount> with_image;
   Shift shift;
   Saturate add;
   Saturate subtract;
+  std::array<MarkByImage, kRelationCount> mark_by_image;
+  std::array<MarkByConstant, kRelationCount> mark_by_constant;
 };
 
 struct RowKernels {

@@ -371,6 +371,70 @@ void OfBoth(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst, Extent
   Walk(Formula{}, extent, dst, a, b);
 }
 
+// The mark where the relation holds, elsewhere the first operand.
+template <class Sample, Relation kRelation>
+struct Marked {
+  Sample mark;
+  decltype(Set(Sample{})) mark_lanes = Set(mark);
+
+  auto Vector(auto a, auto b) const {
+    if constexpr (kRelation == kEqual) {
+      return Select(Equal(a, b), mark_lanes, a);
+    } else if constexpr (kRelation == kNotEqual) {
+      return Select(Equal(a, b), a, mark_lanes);
+    } else if constexpr (kRelation == kGreaterOrEqual) {
+      return Select(AtLeast(a, b), mark_lanes, a);
+    } else if constexpr (kRelation == kLess) {
+      return Select(AtLeast(a, b), a, mark_lanes);
+    } else if constexpr (kRelation == kLessOrEqual) {
+      return Select(AtLeast(b, a), mark_lanes, a);
+    } else {
+      return Select(AtLeast(b, a), a, mark_lanes);
+    }
+  }
+};
+
+template <class Sample, Relation kRelation>
+struct MarkedAgainst {
+  Marked<Sample, kRelation> marked;
+  Sample constant;
+  decltype(Set(Sample{})) constant_lanes = Set(constant);
+
+  auto Vector(auto s) const { return marked.Vector(s, constant_lanes); }
+};
+
+template <bool kStreaming, class Formula, class Sample, class... Inputs>
+inline void WalkRowsBehindFirst(const Formula& f, Extent extent, Rows<Sample> dst,
+                                Rows<const Sample> src, Inputs... others) {
+  for (std::ptrdiff_t row = 0; row < extent.rows; ++row) {
+    dst[row][0] = src[row][0];
+    WalkBlocks<kStreaming>(f, extent.samples - 1, dst[row] + 1, src[row] + 1, (others[row] + 1)...);
+  }
+}
+
+// Copies each row's first sample and applies the formula to those behind it.
+template <class Formula, class Sample, class... Inputs>
+inline void WalkBehindFirst(const Formula& f, Extent extent, Rows<Sample> dst, Inputs... src) {
+  if (extent.streaming) {
+    WalkRowsBehindFirst<true>(f, extent, dst, src...);
+    _mm_sfence();
+  } else {
+    WalkRowsBehindFirst<false>(f, extent, dst, src...);
+  }
+}
+
+template <class Sample, Relation kRelation>
+void MarkByImage(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst, Extent extent,
+                 Sample mark) {
+  WalkBehindFirst(Marked<Sample, kRelation>{mark}, extent, dst, a, b);
+}
+
+template <class Sample, Relation kRelation>
+void MarkByConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, Sample constant,
+                    Sample mark) {
+  WalkBehindFirst(MarkedAgainst<Sample, kRelation>{{mark}, constant}, extent, dst, src);
+}
+
 template <class Sample>
 inline constexpr SampleKernels<Sample> kSampleKernels = {
     .with_constant = {WithConstant<Sample, PlusConstant, NearestInBlocks>,
@@ -384,4 +448,10 @@ inline constexpr SampleKernels<Sample> kSampleKernels = {
     .shift = Shift<Sample>,
     .add = OfBoth<Sample, SaturatedSum>,
     .subtract = OfBoth<Sample, SaturatedDifference>,
+    .mark_by_image = {MarkByImage<Sample, kEqual>, MarkByImage<Sample, kGreater>,
+                      MarkByImage<Sample, kGreaterOrEqual>, MarkByImage<Sample, kLess>,
+                      MarkByImage<Sample, kLessOrEqual>, MarkByImage<Sample, kNotEqual>},
+    .mark_by_constant = {MarkByConstant<Sample, kEqual>, MarkByConstant<Sample, kGreater>,
+                         MarkByConstant<Sample, kGreaterOrEqual>, MarkByConstant<Sample, kLess>,
+                         MarkByConstant<Sample, kLessOrEqual>, MarkByConstant<Sample, kNotEqual>},
 };

@@ -43,6 +43,22 @@ inline Words AddSaturated(Words a, Words b) { return {_mm256_adds_epu16(a.v, b.v
 inline Bytes SubtractSaturated(Bytes a, Bytes b) { return {_mm256_subs_epu8(a.v, b.v)}; }
 inline Words SubtractSaturated(Words a, Words b) { return {_mm256_subs_epu16(a.v, b.v)}; }
 
+// All ones where the relation holds.
+inline Bytes Equal(Bytes a, Bytes b) { return {_mm256_cmpeq_epi8(a.v, b.v)}; }
+inline Words Equal(Words a, Words b) { return {_mm256_cmpeq_epi16(a.v, b.v)}; }
+inline Bytes AtLeast(Bytes a, Bytes b) {
+  return {_mm256_cmpeq_epi8(_mm256_max_epu8(a.v, b.v), a.v)};
+}
+inline Words AtLeast(Words a, Words b) {
+  return {_mm256_cmpeq_epi16(_mm256_max_epu16(a.v, b.v), a.v)};
+}
+inline Bytes Select(Bytes where, Bytes a, Bytes b) {
+  return {_mm256_blendv_epi8(b.v, a.v, where.v)};
+}
+inline Words Select(Words where, Words a, Words b) {
+  return {_mm256_blendv_epi8(b.v, a.v, where.v)};
+}
+
 inline Floats Add(Floats a, Floats b) { return {_mm256_add_ps(a.v, b.v)}; }
 inline Floats Subtract(Floats a, Floats b) { return {_mm256_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm256_mul_ps(a.v, b.v)}; }

@@ -43,6 +43,18 @@ inline Words AddSaturated(Words a, Words b) { return {_mm512_adds_epu16(a.v, b.v
 inline Bytes SubtractSaturated(Bytes a, Bytes b) { return {_mm512_subs_epu8(a.v, b.v)}; }
 inline Words SubtractSaturated(Words a, Words b) { return {_mm512_subs_epu16(a.v, b.v)}; }
 
+// A bit for each sample, set where the relation holds.
+inline __mmask64 Equal(Bytes a, Bytes b) { return _mm512_cmpeq_epu8_mask(a.v, b.v); }
+inline __mmask32 Equal(Words a, Words b) { return _mm512_cmpeq_epu16_mask(a.v, b.v); }
+inline __mmask64 AtLeast(Bytes a, Bytes b) { return _mm512_cmpge_epu8_mask(a.v, b.v); }
+inline __mmask32 AtLeast(Words a, Words b) { return _mm512_cmpge_epu16_mask(a.v, b.v); }
+inline Bytes Select(__mmask64 where, Bytes a, Bytes b) {
+  return {_mm512_mask_blend_epi8(where, b.v, a.v)};
+}
+inline Words Select(__mmask32 where, Words a, Words b) {
+  return {_mm512_mask_blend_epi16(where, b.v, a.v)};
+}
+
 inline Floats Add(Floats a, Floats b) { return {_mm512_add_ps(a.v, b.v)}; }
 inline Floats Subtract(Floats a, Floats b) { return {_mm512_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm512_mul_ps(a.v, b.v)}; }

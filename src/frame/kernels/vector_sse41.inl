@@ -43,6 +43,14 @@ inline Words AddSaturated(Words a, Words b) { return {_mm_adds_epu16(a.v, b.v)};
 inline Bytes SubtractSaturated(Bytes a, Bytes b) { return {_mm_subs_epu8(a.v, b.v)}; }
 inline Words SubtractSaturated(Words a, Words b) { return {_mm_subs_epu16(a.v, b.v)}; }
 
+// All ones where the relation holds.
+inline Bytes Equal(Bytes a, Bytes b) { return {_mm_cmpeq_epi8(a.v, b.v)}; }
+inline Words Equal(Words a, Words b) { return {_mm_cmpeq_epi16(a.v, b.v)}; }
+inline Bytes AtLeast(Bytes a, Bytes b) { return {_mm_cmpeq_epi8(_mm_max_epu8(a.v, b.v), a.v)}; }
+inline Words AtLeast(Words a, Words b) { return {_mm_cmpeq_epi16(_mm_max_epu16(a.v, b.v), a.v)}; }
+inline Bytes Select(Bytes where, Bytes a, Bytes b) { return {_mm_blendv_epi8(b.v, a.v, where.v)}; }
+inline Words Select(Words where, Words a, Words b) { return {_mm_blendv_epi8(b.v, a.v, where.v)}; }
+
 inline Floats Add(Floats a, Floats b) { return {_mm_add_ps(a.v, b.v)}; }
 inline Floats Subtract(Floats a, Floats b) { return {_mm_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm_mul_ps(a.v, b.v)}; }

@@ -1,0 +1,38 @@
+// From the matrices of a row body to the rows that its kernel walks.
+#pragma once
+
+#include <cstddef>
+#include <opencv2/core.hpp>
+
+#include "frame/cache_size.h"
+#include "frame/kernels/row_kernels.h"
+#include "frame/row_engine.h"
+
+namespace KELRA::tbbup {
+
+// A header that does not count as a reference: the launcher's caller holds the pixels while the
+// body lives.
+inline cv::Mat HeaderOf(const cv::Mat& mat) {
+  return cv::Mat(mat.rows, mat.cols, mat.type(), mat.data, mat.step[0]);
+}
+
+template <class Sample>
+kernels::Rows<Sample> RowsOf(const cv::Mat& mat, const RowRange& rows) {
+  return {
+      reinterpret_cast<Sample*>(mat.data + mat.step[0] * static_cast<std::size_t>(rows.begin())),
+      static_cast<std::ptrdiff_t>(mat.step[0])};
+}
+
+inline std::size_t PixelBytes(const cv::Mat& mat) {
+  return static_cast<std::size_t>(mat.rows) * static_cast<std::size_t>(mat.cols) * mat.elemSize();
+}
+
+// Whether to bypass the caches: the images exceed them, and the output is not in them by being an
+// input.
+template <class... Inputs>
+bool ShouldStream(const cv::Mat& output, const Inputs&... inputs) {
+  return (PixelBytes(output) + ... + PixelBytes(inputs)) > LastLevelCacheBytes() &&
+         ((output.data != inputs.data) && ...);
+}
+
+}  // namespace KELRA::tbbup

@@ -1,0 +1,232 @@
+// Add, Subtract, Multiply, Divide.
+
+#include <opencv2/core.hpp>
+
+#include "KELRA/KelImageOperation.h"
+#include "frame/bound_buffer.h"
+#include "frame/call_log.h"
+#include "frame/checks.h"
+#include "frame/load_time_state.h"
+#include "frame/masked_row_bodies.h"
+#include "frame/row_bodies.h"
+#include "twoimage/placed_images.h"
+
+namespace KELRA {
+namespace {
+
+using kernels::Arithmetic;
+using kernels::Linear;
+
+bool IsIdentity(Linear linear) { return linear.scale == 1.0F && linear.offset == 0.0F; }
+
+bool IsSumOrDifference(Arithmetic code) {
+  return code == kernels::kAdd || code == kernels::kSubtract;
+}
+
+template <class Sample>
+void CombineUpright(Arithmetic code, Linear linear, const cv::Mat& first, const cv::Mat& second,
+                    cv::Mat* result) {
+  if (code == kernels::kDivide) {
+    tbbup::Launch<tbbup::PlainImages<Sample>>(result, first, first.rows, second, linear.scale,
+                                              linear.offset);
+  } else if (first.channels() == 1) {
+    tbbup::Launch<tbbup::BlockwiseImages<Sample, 1>>(result, first, first.rows, second, code,
+                                                     linear.scale, linear.offset);
+  } else {
+    tbbup::Launch<tbbup::BlockwiseImages<Sample, 3>>(result, first, first.rows, second, code,
+                                                     linear.scale, linear.offset);
+  }
+}
+
+// What OpenCV makes of the samples; only products and quotients are scaled.
+void CombineUnmasked(Arithmetic code, Linear linear, const cv::Mat& first, const cv::Mat& turned,
+                     cv::Mat* result) {
+  switch (code) {
+    case kernels::kAdd:
+      cv::add(first, turned, *result);
+      break;
+    case kernels::kSubtract:
+      cv::subtract(first, turned, *result);
+      break;
+    case kernels::kMultiply:
+      cv::multiply(first, turned, *result, linear.scale);
+      break;
+    case kernels::kDivide:
+      cv::divide(first, turned, *result, linear.scale);
+      break;
+  }
+}
+
+// Scales and offsets what the turned image covers. Sums and differences take both here. Products
+// and quotients have been scaled; they take the offset, and the first image's samples around the
+// turned image. At 16 bits a product takes nothing, and a quotient is scaled and offset once more.
+template <class Sample, int Channels>
+void CombineMasked(Arithmetic code, Linear linear, const cv::Mat& first, const cv::Mat& turned,
+                   const cv::Mat& mask, cv::Mat* result) {
+  using ScaleAndOffset = tbbup::MaskedScaleAndOffset<Sample, Channels>;
+  using SumOrFirst = tbbup::MaskedSumOrSecond<Sample, Channels>;
+  constexpr bool k16Bit = sizeof(Sample) == 2;
+  const int rows = first.rows;
+  const int columns = first.cols;
+  if (IsSumOrDifference(code)) {
+    CombineUnmasked(code, linear, first, turned, result);
+    tbbup::Launch<ScaleAndOffset>(result, *result, rows, mask, rows, columns, linear.scale,
+                                  linear.offset);
+    return;
+  }
+  if (k16Bit && code == kernels::kMultiply) {
+    CombineUnmasked(code, linear, first, turned, result);
+    return;
+  }
+  // The first image is still needed beside the unmasked values.
+  cv::Mat unmasked = result->data == first.data ? cv::Mat() : *result;
+  CombineUnmasked(code, linear, first, turned, &unmasked);
+  tbbup::Launch<SumOrFirst>(result, unmasked, rows, first, mask, rows, columns, linear.offset);
+  if (k16Bit) {
+    tbbup::Launch<ScaleAndOffset>(result, *result, rows, mask, rows, columns, linear.scale,
+                                  linear.offset);
+  }
+}
+
+void CombineMasked(Arithmetic code, Linear linear, const cv::Mat& first, const cv::Mat& turned,
+                   const cv::Mat& mask, cv::Mat* result) {
+  switch (first.type()) {
+    case CV_8UC1:
+      return CombineMasked<std::uint8_t, 1>(code, linear, first, turned, mask, result);
+    case CV_8UC3:
+      return CombineMasked<std::uint8_t, 3>(code, linear, first, turned, mask, result);
+    case CV_16UC1:
+      return CombineMasked<std::uint16_t, 1>(code, linear, first, turned, mask, result);
+    default:
+      return CombineMasked<std::uint16_t, 3>(code, linear, first, turned, mask, result);
+  }
+}
+
+void PlaceUprightOnto(const cv::Mat& first, const cv::Mat& second, const KelPoint& position,
+                      Arithmetic code, Linear linear, KelImage* result) {
+  CombinePlaced(first, second, PlaceUpright(first.size(), second.size(), position), result,
+                [&](const cv::Mat& a, const cv::Mat& b, cv::Mat* out) {
+                  if (a.depth() == CV_8U) {
+                    CombineUpright<std::uint8_t>(code, linear, a, b, out);
+                  } else {
+                    CombineUpright<std::uint16_t>(code, linear, a, b, out);
+                  }
+                });
+}
+
+void PlaceTurnedOnto(const cv::Mat& first, const cv::Mat& second, const KelPoint& position,
+                     double angle, Arithmetic code, Linear linear, KelImage* result) {
+  const Turn turn = TurnOf(second.size(), angle);
+  // Around the turned image the second operand changes nothing.
+  const cv::Mat turned = Turned(second, turn, IsSumOrDifference(code) ? 0 : 1);
+  const Placement placement =
+      PlaceTurned(first.size(), turned.size(), Footprint(second.size(), position, angle));
+  cv::Mat mask;
+  if (!IsIdentity(linear) && !placement.on_first.empty()) {
+    mask = Turned(cv::Mat(second.size(), CV_8UC1, cv::Scalar(255)), turn, 0)(placement.OnSecond());
+  }
+  CombinePlaced(first, turned, placement, result,
+                [&](const cv::Mat& a, const cv::Mat& b, cv::Mat* out) {
+                  if (mask.empty()) {
+                    CombineUnmasked(code, linear, a, b, out);
+                  } else {
+                    CombineMasked(code, linear, a, b, mask, out);
+                  }
+                });
+}
+
+// The work of all four, logged under its own name. It ends with a record only when it has turned
+// the second image.
+Status PlacedArithmetic(KelImage& first, KelImage& second, KelImage* result,
+                        const KelPoint& position, double angle, Arithmetic code, Linear linear) {
+  CallLog log(log_lines::kPlacedArithmetic);
+  KELRA_RETURN_IF_ERROR(CheckBitDepth(first));
+  KELRA_RETURN_IF_ERROR(CheckSameDepth(first, second));
+  KELRA_RETURN_IF_ERROR(CheckNotEmpty(first));
+  KELRA_RETURN_IF_ERROR(CheckNotEmpty(second));
+  KELRA_RETURN_IF_ERROR(CheckChannels(first));
+  KELRA_RETURN_IF_ERROR(CheckChannels(second));
+  PromoteToColor(first, second);
+  KELRA_RETURN_IF_ERROR(CheckPosition(first, position));
+  KELRA_RETURN_IF_ERROR(CheckAngle(angle));
+  KELRA_RETURN_IF_ERROR(CheckOutput(result));
+  if (angle == 0) {
+    PlaceUprightOnto(first.Mat(), second.Mat(), position, code, linear, result);
+  } else {
+    PlaceTurnedOnto(first.Mat(), second.Mat(), position, angle, code, linear, result);
+    log.Exit();
+  }
+  return STATUS_OK;
+}
+
+// The inputs of a call. One that is the output too is kept by a header, as the output's matrix is
+// exchanged before the work begins.
+class Inputs {
+ public:
+  Inputs(KelImage& first, KelImage& second) : first_(&first), second_(&second) {}
+
+  void KeepBehind(const KelImage& output) {
+    header_ = output;
+    first_ = first_ == &output ? &header_ : first_;
+    second_ = second_ == &output ? &header_ : second_;
+  }
+  KelImage& First() { return *first_; }
+  KelImage& Second() { return *second_; }
+
+ private:
+  KelImage* first_;
+  KelImage* second_;
+  KelImage header_;
+};
+
+KelLong RunPlacedArithmetic(const LogLines& lines, Arithmetic code, cv::Mat* buffer,
+                            KelImage& image1, KelImage& image2, KelImage* result,
+                            const KelPoint& position, double angle, Linear linear) {
+  CallLog log(lines);
+  Inputs inputs(image1, image2);
+  BoundBuffer bound;
+  const bool use_buffer = buffer != nullptr && LoadedSettings().efficiency != 0 &&
+                          result != nullptr && position.x == 0 && position.y == 0 &&
+                          image1.Mat().dims <= 2;
+  if (use_buffer) {
+    inputs.KeepBehind(*result);
+    BoundBuffer::KeepPixels(*buffer, inputs.Second());
+    bound.Bind(*buffer, inputs.First(), result);
+  }
+  // Before the work on purpose: the record tells that the call was prepared.
+  log.Exit();
+  const Status status =
+      PlacedArithmetic(inputs.First(), inputs.Second(), result, position, angle, code, linear);
+  if (use_buffer && status.ok() && result->Mat().data == buffer->data) {
+    bound.MarkOverwritten();
+  }
+  return status;
+}
+
+}  // namespace
+
+KelLong KelImageOperation::Add(KelImage& image1, KelImage& image2, KelImage* result,
+                               KelPoint& position, double angle, float scale, float offset) {
+  return RunPlacedArithmetic(log_lines::kAdd, kernels::kAdd, buffer_.get(), image1, image2, result,
+                             position, angle, {scale, offset});
+}
+
+KelLong KelImageOperation::Subtract(KelImage& image1, KelImage& image2, KelImage* result,
+                                    KelPoint& position, double angle, float scale, float offset) {
+  return RunPlacedArithmetic(log_lines::kSubtract, kernels::kSubtract, buffer_.get(), image1,
+                             image2, result, position, angle, {scale, offset});
+}
+
+KelLong KelImageOperation::Multiply(KelImage& image1, KelImage& image2, KelImage* result,
+                                    KelPoint& position, double angle, float scale, float offset) {
+  return RunPlacedArithmetic(log_lines::kMultiply, kernels::kMultiply, buffer_.get(), image1,
+                             image2, result, position, angle, {scale, offset});
+}
+
+KelLong KelImageOperation::Divide(KelImage& image1, KelImage& image2, KelImage* result,
+                                  KelPoint& position, double angle, float scale, float offset) {
+  return RunPlacedArithmetic(log_lines::kDivide, kernels::kDivide, buffer_.get(), image1, image2,
+                             result, position, angle, {scale, offset});
+}
+
+}  // namespace KELRA

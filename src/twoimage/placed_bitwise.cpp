@@ -1,0 +1,101 @@
+// BitAnd, BitOr, BitXor.
+
+#include <exception>
+#include <opencv2/core.hpp>
+
+#include "KELRA/KelImageOperation.h"
+#include "frame/call_log.h"
+#include "frame/checks.h"
+#include "frame/row_engine.h"
+#include "twoimage/placed_images.h"
+
+namespace KELRA {
+namespace {
+
+struct Bitwise {
+  LogLines lines;
+  void (*combine)(cv::InputArray, cv::InputArray, cv::OutputArray, cv::InputArray);
+  // What leaves the other operand as it is; it surrounds the turned image.
+  bool neutral_is_all_ones;
+
+  double Neutral(KelImageType depth) const {
+    return neutral_is_all_ones ? LargestSample(depth) : 0;
+  }
+};
+
+constexpr Bitwise kBitAnd{log_lines::kBitAnd, cv::bitwise_and, true};
+constexpr Bitwise kBitOr{log_lines::kBitOr, cv::bitwise_or, false};
+constexpr Bitwise kBitXor{log_lines::kBitXor, cv::bitwise_xor, false};
+
+// Errors of OpenCV, and want of memory, become the given status.
+Status Guarded(KelLong failure, FunctionRef<void()> call) {
+  try {
+    call();
+  } catch (const std::exception&) {
+    return failure;
+  }
+  return STATUS_OK;
+}
+
+void CombineRows(const Bitwise& operation, const cv::Mat& first, const cv::Mat& second,
+                 cv::Mat* result) {
+  const std::size_t bytes = 3 * first.total() * first.elemSize();
+  ForEachRowRange(first.rows, bytes, [&](const RowRange& range) {
+    const cv::Range rows(range.begin(), range.end());
+    cv::Mat part = result->rowRange(rows);
+    operation.combine(first.rowRange(rows), second.rowRange(rows), part, cv::noArray());
+  });
+}
+
+KelLong PlacedBitwise(const Bitwise& operation, KelImage& image1, KelImage& image2,
+                      KelImage* result, const KelPoint& position, double angle) {
+  CallLog log(operation.lines);
+  KELRA_RETURN_IF_ERROR(CheckBitDepth(image1));
+  KELRA_RETURN_IF_ERROR(CheckSameDepth(image1, image2));
+  KELRA_RETURN_IF_ERROR(CheckNotEmpty(image1));
+  KELRA_RETURN_IF_ERROR(CheckNotEmpty(image2));
+  PromoteToColor(image1, image2);
+  KELRA_RETURN_IF_ERROR(CheckChannels(image1));
+  KELRA_RETURN_IF_ERROR(CheckChannels(image2));
+  KELRA_RETURN_IF_ERROR(CheckPosition(image1, position));
+  KELRA_RETURN_IF_ERROR(CheckAngle(angle));
+  KELRA_RETURN_IF_ERROR(CheckOutput(result));
+
+  const cv::Mat& first = image1.Mat();
+  cv::Mat second = image2.Mat();
+  Placement placement;
+  if (angle == 0) {
+    placement = PlaceUpright(first.size(), second.size(), position);
+  } else {
+    const cv::Size upright = second.size();
+    KELRA_RETURN_IF_ERROR(Guarded(ERR_WARP_EXCEPTION, [&] {
+      second = Turned(second, TurnOf(upright, angle), operation.Neutral(image1.BitDepth()));
+    }));
+    placement = PlaceTurned(first.size(), second.size(), Footprint(upright, position, angle));
+  }
+  return Guarded(ERR_BITWISE_EXCEPTION, [&] {
+    CombinePlaced(first, second, placement, result,
+                  [&](const cv::Mat& a, const cv::Mat& b, cv::Mat* out) {
+                    CombineRows(operation, a, b, out);
+                  });
+  });
+}
+
+}  // namespace
+
+KelLong KelImageOperation::BitAnd(KelImage& image1, KelImage& image2, KelImage* result,
+                                  KelPoint& position, double angle) {
+  return PlacedBitwise(kBitAnd, image1, image2, result, position, angle);
+}
+
+KelLong KelImageOperation::BitOr(KelImage& image1, KelImage& image2, KelImage* result,
+                                 KelPoint& position, double angle) {
+  return PlacedBitwise(kBitOr, image1, image2, result, position, angle);
+}
+
+KelLong KelImageOperation::BitXor(KelImage& image1, KelImage& image2, KelImage* result,
+                                  KelPoint& position, double angle) {
+  return PlacedBitwise(kBitXor, image1, image2, result, position, angle);
+}
+
+}  // namespace KELRA

@@ -1,0 +1,76 @@
+#include "twoimage/placed_images.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include "frame/result_matrix.h"
+
+namespace KELRA {
+namespace {
+
+void CopyPart(const cv::Mat& from, const cv::Rect& part, cv::Mat* to) {
+  if (!part.empty()) {
+    cv::Mat target = (*to)(part);
+    from(part).copyTo(target);
+  }
+}
+
+// All but the hole, which is empty or inside the image.
+void CopyAround(const cv::Mat& from, const cv::Rect& hole, cv::Mat* to) {
+  const int right = hole.x + hole.width;
+  const int below = hole.y + hole.height;
+  CopyPart(from, {0, 0, from.cols, hole.y}, to);
+  CopyPart(from, {0, hole.y, hole.x, hole.height}, to);
+  CopyPart(from, {right, hole.y, from.cols - right, hole.height}, to);
+  CopyPart(from, {0, below, from.cols, from.rows - below}, to);
+}
+
+}  // namespace
+
+Status CheckPosition(const KelImage& image, const KelPoint& position) {
+  const bool inside = position.x >= 0 && position.x < image.Width() && position.y >= 0 &&
+                      position.y < image.Height();
+  return inside ? STATUS_OK : ERR_PARAM_1;
+}
+
+Status CheckAngle(double angle) { return angle >= 0 && angle <= 360 ? STATUS_OK : ERR_PARAM_2; }
+
+void PromoteToColor(KelImage& first, KelImage& second) {
+  if (first.Channels() == second.Channels()) {
+    return;
+  }
+  for (KelImage* image : {&first, &second}) {
+    if (image->Channels() == 1) {
+      cv::cvtColor(image->Mat(), image->Mat(), cv::COLOR_GRAY2BGR);
+      return;
+    }
+  }
+}
+
+cv::Mat Turned(const cv::Mat& image, const Turn& turn, double border) {
+  cv::Mat turned;
+  cv::warpAffine(image, turned, turn.transform, turn.size, cv::INTER_LINEAR, cv::BORDER_CONSTANT,
+                 cv::Scalar::all(border));
+  return turned;
+}
+
+void CombinePlaced(const cv::Mat& first, const cv::Mat& second, const Placement& placement,
+                   KelImage* output, Combine combine) {
+  cv::Mat fresh;
+  cv::Mat& result = ResultMatrix(output, first.size(), first.type(), &fresh);
+  cv::Mat first_copy;
+  const cv::Mat& base = InputToReadWhileWriting(result, first, &first_copy);
+  if (!placement.on_first.empty()) {
+    cv::Mat covered = result(placement.on_first);
+    const cv::Mat covering = second(placement.OnSecond());
+    cv::Mat second_copy;
+    combine(base(placement.on_first), InputToReadWhileWriting(covered, covering, &second_copy),
+            &covered);
+  }
+  // The rest comes last: it may lie where the second image has been read.
+  if (result.data != base.data) {
+    CopyAround(base, placement.on_first, &result);
+  }
+  AssignResult(result, output);
+}
+
+}  // namespace KELRA

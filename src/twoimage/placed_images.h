@@ -1,0 +1,34 @@
+// What the operations on an image and a second one laid onto it have in common: checks, promotion,
+// turning, and the result that is the first image outside the second.
+#pragma once
+
+#include <opencv2/core.hpp>
+
+#include "KELRA/KelData.h"
+#include "frame/function_ref.h"
+#include "frame/status.h"
+#include "twoimage/placement.h"
+
+namespace KELRA {
+
+// ERR_PARAM_1: outside the image, or not a number.
+Status CheckPosition(const KelImage& image, const KelPoint& position);
+// ERR_PARAM_2: outside [0, 360], or not a number.
+Status CheckAngle(double angle);
+
+// When the channel counts differ and one of them is 1, that image becomes one of three equal
+// channels: the caller's own image, on purpose, so that it need not be converted again.
+void PromoteToColor(KelImage& first, KelImage& second);
+
+// The turned image, `border` around it.
+cv::Mat Turned(const cv::Mat& image, const Turn& turn, double border);
+
+// Computes `result`, of the size and type of both inputs, which it may be one of.
+using Combine = FunctionRef<void(const cv::Mat& first, const cv::Mat& second, cv::Mat* result)>;
+
+// The output gets the first image, combined with the second where that lies on it. The output may
+// share pixels with either.
+void CombinePlaced(const cv::Mat& first, const cv::Mat& second, const Placement& placement,
+                   KelImage* output, Combine combine);
+
+}  // namespace KELRA
