@@ -38,22 +38,26 @@ void CombineUpright(Arithmetic code, Linear linear, const cv::Mat& first, const 
   }
 }
 
-// What OpenCV makes of the samples; only products and quotients are scaled.
+void CombineUpright(Arithmetic code, Linear linear, const cv::Mat& first, const cv::Mat& second,
+                    cv::Mat* result) {
+  if (first.depth() == CV_8U) {
+    CombineUpright<std::uint8_t>(code, linear, first, second, result);
+  } else {
+    CombineUpright<std::uint16_t>(code, linear, first, second, result);
+  }
+}
+
+// The saturated sum or difference, or the scaled product or quotient as OpenCV rounds it. Where no
+// rounding is involved the row bodies compute the same, in parallel; OpenCV lets large 16-bit
+// products wrap around at the end of a row.
 void CombineUnmasked(Arithmetic code, Linear linear, const cv::Mat& first, const cv::Mat& turned,
                      cv::Mat* result) {
-  switch (code) {
-    case kernels::kAdd:
-      cv::add(first, turned, *result);
-      break;
-    case kernels::kSubtract:
-      cv::subtract(first, turned, *result);
-      break;
-    case kernels::kMultiply:
-      cv::multiply(first, turned, *result, linear.scale);
-      break;
-    case kernels::kDivide:
-      cv::divide(first, turned, *result, linear.scale);
-      break;
+  if (IsSumOrDifference(code) || (code == kernels::kMultiply && linear.scale == 1.0F)) {
+    CombineUpright(code, {1.0F, 0.0F}, first, turned, result);
+  } else if (code == kernels::kMultiply) {
+    cv::multiply(first, turned, *result, linear.scale);
+  } else {
+    cv::divide(first, turned, *result, linear.scale);
   }
 }
 
@@ -79,7 +83,7 @@ void CombineMasked(Arithmetic code, Linear linear, const cv::Mat& first, const c
     return;
   }
   // The first image is still needed beside the unmasked values.
-  cv::Mat unmasked = result->data == first.data ? cv::Mat() : *result;
+  cv::Mat unmasked = result->data == first.data ? cv::Mat(first.size(), first.type()) : *result;
   CombineUnmasked(code, linear, first, turned, &unmasked);
   tbbup::Launch<SumOrFirst>(result, unmasked, rows, first, mask, rows, columns, linear.offset);
   if (k16Bit) {
@@ -106,11 +110,7 @@ void PlaceUprightOnto(const cv::Mat& first, const cv::Mat& second, const KelPoin
                       Arithmetic code, Linear linear, KelImage* result) {
   CombinePlaced(first, second, PlaceUpright(first.size(), second.size(), position), result,
                 [&](const cv::Mat& a, const cv::Mat& b, cv::Mat* out) {
-                  if (a.depth() == CV_8U) {
-                    CombineUpright<std::uint8_t>(code, linear, a, b, out);
-                  } else {
-                    CombineUpright<std::uint16_t>(code, linear, a, b, out);
-                  }
+                  CombineUpright(code, linear, a, b, out);
                 });
 }
 
