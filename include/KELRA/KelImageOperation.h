@@ -181,6 +181,95 @@ class KELIMAGEOPERATION_API KelImageOperation {
   // under a run-length region and otherwise as it was, unless putting a part back failed, which
   // leaves what the region library made.
   KelLong CompareConst(KelImage& image, KelROI& roi, KelImage* result, int value, int mode);
+  // dst = src with rows and columns exchanged.
+  //
+  // Statuses in order: ERR_IMAGE_EMPTY, ERR_BIT_DEPTH, ERR_CHANNEL_COUNT (neither 1 nor 3).
+  KelLong Transpose(KelImage& src, KelImage* dst);
+
+  // dst = src warped by the affine map that takes each of the three points `from` to the point of
+  // the same index in `to`: an image of src's size, sampled bilinearly, 0 where nothing of src
+  // lands.
+  //
+  // Points are in pixels, narrowed to single precision; three on a line determine no map, and the
+  // result is what OpenCV makes of it. Any channel count. Statuses in order: ERR_IMAGE_EMPTY,
+  // ERR_BIT_DEPTH, ERR_POINT_COUNT (other than 3 points in either array).
+  KelLong Affine(KelImage& src, KelImage* dst, KelPointArray& from, KelPointArray& to);
+
+  // As Affine, with the perspective map given by four points each.
+  KelLong Perspective(KelImage& src, KelImage* dst, KelPointArray& from, KelPointArray& to);
+
+  // dst = src inside a border of `color`: so many columns to its left and right, rows above and
+  // below.
+  //
+  // One channel is painted with `color.red`; otherwise the channels are blue, green, red and alpha
+  // in this order. Any channel count. Statuses in order: ERR_IMAGE_EMPTY, ERR_BIT_DEPTH;
+  // ERR_PARAM_1 to ERR_PARAM_4 (left, top, right, bottom negative); ERR_PARAM_5 (a component
+  // outside the sample range: red, and with more than one channel green, blue and alpha, even where
+  // there is no fourth channel); ERR_BORDER_EXCEPTION (the size does not fit an int, memory runs
+  // out, or OpenCV refuses).
+  KelLong AddBorder(KelImage& src, KelImage* dst, int left, int top, int right, int bottom,
+                    KelColorRGBA color);
+
+  // Unrolls the image around a centre into a strip of the same size: row i is the angle
+  // 2 pi i / rows, from the direction of increasing column towards increasing row, and column j the
+  // radius of j pixels: dst(i, j) = src(centerY + j sin, centerX + j cos), sampled bilinearly, 0
+  // outside src.
+  //
+  // Any channel count; OpenCV refuses images of 32767 columns or rows and more. Statuses in order:
+  // ERR_IMAGE_EMPTY, ERR_BIT_DEPTH, ERR_PARAM_1 (centerX outside 0 to columns - 1), ERR_PARAM_2
+  // (centerY outside 0 to rows - 1).
+  KelLong Warp(KelImage& src, KelImage* dst, float centerX, float centerY);
+
+  // Rolls a strip up: src's columns are the radii from `innerRadius` to `outerRadius` around the
+  // centre, its rows the angles 360 - endAngle to 360 - startAngle, turning from increasing column
+  // towards increasing row. dst has src's size; what lies outside the ring or the sector is 0.
+  //
+  // Not the exact inverse of Warp, whose strips end at radius columns - 1 and begin at the angle 0.
+  // Angles in degrees, radii in pixels. Any channel count; OpenCV refuses images of 32767 columns
+  // or rows and more. Statuses in order: ERR_IMAGE_EMPTY, ERR_BIT_DEPTH, ERR_PARAM_1 and
+  // ERR_PARAM_2 (centre outside the image), ERR_PARAM_3 (startAngle outside 0 to 360), ERR_PARAM_4
+  // (endAngle not above 0, or above 360), ERR_PARAM_3 (start not before end), ERR_PARAM_5 (inner
+  // radius negative), ERR_PARAM_6 (outer radius not positive), ERR_PARAM_5 (inner not below outer).
+  KelLong Unwarp(KelImage& src, KelImage* dst, float centerX, float centerY, float startAngle,
+                 float endAngle, int innerRadius, int outerRadius);
+
+  // Pastes `image2` onto the canvas `image1` with its top left corner at `position` (truncated
+  // toward zero), turned about it by `angle` degrees counterclockwise on the screen. The canvas
+  // grows by zeros on every side where the pasted image leaves it; a negative coordinate grows the
+  // canvas to the left or above first, and the corner is then at its edge.
+  //
+  // A turned image is sampled bilinearly in double precision and truncated to its sample type;
+  // pixels that it does not reach keep the canvas. One or three channels when turned, any number at
+  // angle 0. Statuses in order: ERR_IMAGE_EMPTY, ERR_BIT_DEPTH, ERR_DEPTH_MISMATCH,
+  // ERR_CHANNEL_MISMATCH; ERR_IMAGE_EMPTY (the canvas could not be grown to the left or above);
+  // ERR_PARAM_1 (position beyond the canvas's right or bottom edge, or anything that a 32-bit
+  // integer does not hold); ERR_PARAM_2 (angle outside 0 to 360); ERR_CHANNEL_COUNT (turned);
+  // ERR_PARAM_1 (a result larger than a matrix can be).
+  KelLong Paste(KelImage& image1, KelImage& image2, KelImage* result, KelPoint& position,
+                double angle);
+
+  // Lays equally sized images out in a grid, row by row, each moved by its own offset: image i has
+  // its corner at (column * width + offsets[i].x, row * height + offsets[i].y), truncated toward
+  // zero. What leaves the grid is cut off, later images cover earlier ones, the rest is 0.
+  //
+  // An offset that is no number or takes an image beyond every canvas leaves that image out.
+  // `values` is not used. Statuses in order: ERR_GRID_COUNT (a count below 1, or rows times columns
+  // other than the number of images); ERR_POINT_COUNT (other than one offset an image);
+  // ERR_IMAGE_EMPTY, ERR_CHANNEL_COUNT, ERR_BIT_DEPTH (the first image); ERR_WIDTH_MISMATCH,
+  // ERR_HEIGHT_MISMATCH, ERR_CHANNEL_MISMATCH, ERR_DEPTH_MISMATCH (an image differs from the
+  // first); ERR_PASTE_WORK (no image lands on the canvas, or it is larger than a matrix can be).
+  KelLong Paste(KelImageArray& images, KelImage* result, int gridRows, int gridColumns,
+                KelPointArray& offsets, KelVarArray& values);
+
+  // Tiles equally sized images in a grid, row by row, neighbours overlapping by `overlapX` columns
+  // and `overlapY` rows; there the later image covers the earlier one.
+  //
+  // Statuses in order: ERR_GRID_COUNT, then those of the first image, as above; ERR_PARAM_4
+  // (overlapX negative or above the width), ERR_PARAM_5 (overlapY negative or above the height);
+  // those of differing images, as above; ERR_PASTE_EXCEPTION (the canvas is larger than a matrix
+  // can be, memory runs out, or OpenCV refuses).
+  KelLong Paste(KelImageArray& images, KelImage* result, int gridRows, int gridColumns,
+                int overlapX, int overlapY);
 
  private:
   std::shared_ptr<cv::Mat> buffer_;

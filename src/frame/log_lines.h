@@ -34,6 +34,18 @@ inline constexpr LogLines kBitXor{"BitXor", 6618, kNoExit};
 inline constexpr LogLines kComparison{"GreyAndOrOperation2_Compare", 4709, 4776};
 inline constexpr LogLines kCompare{"Compare", 7684, kNoExit};
 inline constexpr LogLines kCompareConst{"CompareConst", 7949, 8044};
+inline constexpr LogLines kPaste{"Paste", 9729, kNoExit};
+inline constexpr LogLines kPasteOper{"PasteOper", 9370, 9719};
+inline constexpr LogLines kGridPaste{"Paste2", 9800, 9915};
+inline constexpr LogLines kOverlappingGridPaste{"Paste3", 9925, 10040};
+
+inline constexpr LogLines kTranspose{"Transpose", 10050, 10069};
+inline constexpr LogLines kAffine{"Affine", 10079, 10118};
+inline constexpr LogLines kPerspective{"Perspective", 10128, 10168};
+inline constexpr LogLines kAddBorder{"AddBorder", 10178, 10244};
+inline constexpr LogLines kWarp{"Warp", 10254, 10311};
+inline constexpr LogLines kPolarInverse{"cvNewPolarInvImage", 10321, 10382};
+inline constexpr LogLines kUnwarp{"Unwarp", 10392, 10450};
 
 }  // namespace log_lines
 }  // namespace KELRA

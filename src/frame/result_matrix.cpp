@@ -62,6 +62,10 @@ const cv::Mat& InputToReadWhileWriting(const cv::Mat& result, const cv::Mat& inp
   return *copy;
 }
 
+cv::Mat ResultMatrixApart(const cv::Mat& input, const cv::Mat& output, cv::Size size, int type) {
+  return ResultMatrix(SharesPixels(input, output) ? cv::Mat() : output, size, type);
+}
+
 void AssignResult(const cv::Mat& result, KelImage* output) {
   // A result written in place is there already; counting its references would cost more than a
   // small image.

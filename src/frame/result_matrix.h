@@ -21,6 +21,10 @@ bool SharesPixels(const cv::Mat& a, const cv::Mat& b);
 // is made in `copy`.
 const cv::Mat& InputToReadWhileWriting(const cv::Mat& result, const cv::Mat& input, cv::Mat* copy);
 
+// As ResultMatrix, but a new matrix also when the output shares pixels with `input`: for operations
+// that read other pixels of the input than the one they write.
+cv::Mat ResultMatrixApart(const cv::Mat& input, const cv::Mat& output, cv::Size size, int type);
+
 // Makes `result` the output's matrix.
 void AssignResult(const cv::Mat& result, KelImage* output);
 

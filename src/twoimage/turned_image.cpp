@@ -1,0 +1,153 @@
+#include "twoimage/turned_image.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+
+#include "frame/row_engine.h"
+
+namespace KELRA {
+namespace {
+
+// Part of the formula: results depend on these digits.
+constexpr double kPi = 3.1415926535;
+
+// So far before the first column or row a coordinate still counts as on it.
+constexpr double kTolerance = 0.0001;
+
+// The source position of the box's pixel in column j and row i:
+// (cosine j + sine i + shift_x, cosine i - sine j + shift_y).
+struct Turn {
+  double cosine, sine, shift_x, shift_y;
+};
+
+Turn TurnInto(double width, double height, cv::Size image, double angle) {
+  const double radians = (360.0 - angle) * kPi / 180.0;
+  const double c = std::cos(radians);
+  const double s = std::sin(radians);
+  return {c, s, image.width * 0.5 - (c * width / 2 + s * height / 2),
+          s * width / 2 - c * height / 2 + image.height * 0.5};
+}
+
+// The first of `columns` columns for which `holds` does; it holds for all after the first one. The
+// guess only saves time.
+template <class Predicate>
+int FirstColumn(double guess, int columns, Predicate holds) {
+  int column = guess > 0 ? static_cast<int>(std::min<double>(guess, columns)) : 0;
+  while (column > 0 && holds(column - 1)) {
+    --column;
+  }
+  while (column < columns && !holds(column)) {
+    ++column;
+  }
+  return column;
+}
+
+struct Columns {
+  int first, last;
+};
+
+// The columns whose coordinate, slope * column + start but for rounding, lies within [0, size) or
+// the tolerance before it. Rounding keeps the coordinate monotone, so they are neighbours.
+template <class Coordinate>
+Columns ColumnsWithin(double slope, double start, int size, int columns, Coordinate coordinate) {
+  const double at_begin = (-kTolerance - start) / slope;
+  const double at_end = (size - start) / slope;
+  if (slope > 0) {
+    return {FirstColumn(at_begin, columns, [&](int j) { return coordinate(j) > -kTolerance; }),
+            FirstColumn(at_end, columns, [&](int j) { return coordinate(j) >= size; })};
+  }
+  return {FirstColumn(at_end, columns, [&](int j) { return coordinate(j) < size; }),
+          FirstColumn(at_begin, columns, [&](int j) { return coordinate(j) <= -kTolerance; })};
+}
+
+double Between(double a, double b, double weight) { return a + weight * (b - a); }
+
+template <class Sample, int kChannels>
+void PasteRows(const cv::Mat& image, const Turn& turn, cv::Mat* box, const RowRange& range) {
+  constexpr std::ptrdiff_t kPixel = kChannels;
+  const int last_column = image.cols - 1;
+  const int last_row = image.rows - 1;
+  for (int i = range.begin(); i < range.end(); ++i) {
+    const double row_u = turn.sine * i;
+    const double row_v = turn.cosine * i;
+    const auto u_at = [&](int j) { return turn.cosine * j + row_u + turn.shift_x; };
+    const auto v_at = [&](int j) { return row_v - turn.sine * j + turn.shift_y; };
+    const Columns in_x =
+        ColumnsWithin(turn.cosine, row_u + turn.shift_x, image.cols, box->cols, u_at);
+    const Columns in_y =
+        ColumnsWithin(-turn.sine, row_v + turn.shift_y, image.rows, box->cols, v_at);
+    const int end = std::min(in_x.last, in_y.last);
+    auto* target = box->ptr<Sample>(i);
+    for (int j = std::max(in_x.first, in_y.first); j < end; ++j) {
+      const double u = std::max(u_at(j), 0.0);
+      const double v = std::max(v_at(j), 0.0);
+      const int x = static_cast<int>(u);
+      const int y = static_cast<int>(v);
+      const double weight_x = u - x;
+      const double weight_y = v - y;
+      const auto* upper = image.ptr<Sample>(y) + x * kPixel;
+      const auto* lower = image.ptr<Sample>(std::min(y + 1, last_row)) + x * kPixel;
+      const std::ptrdiff_t next = x < last_column ? kPixel : 0;
+      for (std::ptrdiff_t k = 0; k < kPixel; ++k) {
+        const double above = Between(upper[k], upper[k + next], weight_x);
+        const double below = Between(lower[k], lower[k + next], weight_x);
+        target[j * kPixel + k] = static_cast<Sample>(Between(above, below, weight_y));
+      }
+    }
+  }
+}
+
+template <class Sample>
+void PasteRowsOf(const cv::Mat& image, const Turn& turn, cv::Mat* box, const RowRange& range) {
+  if (image.channels() == 1) {
+    PasteRows<Sample, 1>(image, turn, box, range);
+  } else {
+    PasteRows<Sample, 3>(image, turn, box, range);
+  }
+}
+
+}  // namespace
+
+Footprint TurnedFootprint(cv::Size size, double angle, int x, int y) {
+  const cv::RotatedRect rectangle(
+      cv::Point2f(static_cast<float>(size.width / 2), static_cast<float>(size.height / 2)),
+      cv::Size2f(size), static_cast<float>(360.0 - angle));
+  cv::Point2f corners[4];
+  rectangle.points(corners);
+  // Relative to the corner that is laid on the point, so that it lies there exactly.
+  Footprint footprint{0, 0, 0, 0};
+  for (const cv::Point2f& corner : corners) {
+    const double from_x = static_cast<double>(corner.x) - corners[1].x;
+    const double from_y = static_cast<double>(corner.y) - corners[1].y;
+    footprint.min_x = std::min(footprint.min_x, from_x);
+    footprint.min_y = std::min(footprint.min_y, from_y);
+    footprint.max_x = std::max(footprint.max_x, from_x);
+    footprint.max_y = std::max(footprint.max_y, from_y);
+  }
+  return {footprint.min_x + x, footprint.min_y + y, footprint.max_x + x, footprint.max_y + y};
+}
+
+void PasteTurned(const cv::Mat& image, double angle, const Footprint& footprint, cv::Mat* canvas) {
+  const double width = std::trunc(footprint.max_x - footprint.min_x);
+  const double height = std::trunc(footprint.max_y - footprint.min_y);
+  const int x = static_cast<int>(std::max(footprint.min_x, 0.0));
+  const int y = static_cast<int>(std::max(footprint.min_y, 0.0));
+  const int columns = std::min(static_cast<int>(width), canvas->cols - x);
+  const int rows = std::min(static_cast<int>(height), canvas->rows - y);
+  if (columns <= 0 || rows <= 0) {
+    return;
+  }
+  cv::Mat box = (*canvas)(cv::Rect(x, y, columns, rows));
+  const Turn turn = TurnInto(width, height, image.size(), angle);
+  ForEachRowRange(rows, 2 * box.total() * box.elemSize(), [&](const RowRange& range) {
+    if (image.depth() == CV_8U) {
+      PasteRowsOf<std::uint8_t>(image, turn, &box, range);
+    } else {
+      PasteRowsOf<std::uint16_t>(image, turn, &box, range);
+    }
+  });
+}
+
+}  // namespace KELRA
