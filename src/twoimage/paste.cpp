@@ -41,12 +41,12 @@ Growth GrowthFor(const cv::Mat& canvas, const cv::Rect& pasted) {
           beyond(pasted.y, pasted.height, canvas.rows)};
 }
 
-Growth GrowthFor(const cv::Mat& canvas, const Footprint& footprint) {
+Growth GrowthFor(const cv::Mat& canvas, const TurnedExtent& extent) {
   const auto whole = [](double excess) {
     return excess > 0 ? static_cast<std::int64_t>(excess) : 0;
   };
-  return {whole(-footprint.min_x), whole(-footprint.min_y), whole(footprint.max_x - canvas.cols),
-          whole(footprint.max_y - canvas.rows)};
+  return {whole(-extent.min_x), whole(-extent.min_y), whole(extent.max_x - canvas.cols),
+          whole(extent.max_y - canvas.rows)};
 }
 
 // ERR_PARAM_1: no matrix can be as large as the canvas would have to grow for the position.
@@ -110,11 +110,11 @@ Status PasteOnto(const KelImage& canvas, const KelImage& pasted, KelImage* resul
     AssignResult(grown, result);
     return STATUS_OK;
   }
-  const Footprint footprint = TurnedFootprint(image.size(), angle, x, y);
-  const Growth growth = GrowthFor(canvas.Mat(), footprint);
+  const TurnedExtent extent = ExtentOfTurned(image.size(), angle, x, y);
+  const Growth growth = GrowthFor(canvas.Mat(), extent);
   KELRA_RETURN_IF_ERROR(CheckGrowth(canvas.Mat(), growth));
   cv::Mat grown = Grown(canvas.Mat(), growth, image, result->Mat());
-  PasteTurned(image, angle, footprint, &grown);
+  PasteTurned(image, angle, extent, &grown);
   AssignResult(grown, result);
   log.Exit();
   return STATUS_OK;

@@ -18,11 +18,11 @@ constexpr double kTolerance = 0.0001;
 
 // The source position of the box's pixel in column j and row i:
 // (cosine j + sine i + shift_x, cosine i - sine j + shift_y).
-struct Turn {
+struct SourceMap {
   double cosine, sine, shift_x, shift_y;
 };
 
-Turn TurnInto(double width, double height, cv::Size image, double angle) {
+SourceMap MapOfBox(double width, double height, cv::Size image, double angle) {
   const double radians = (360.0 - angle) * kPi / 180.0;
   const double c = std::cos(radians);
   const double s = std::sin(radians);
@@ -65,19 +65,18 @@ Columns ColumnsWithin(double slope, double start, int size, int columns, Coordin
 double Between(double a, double b, double weight) { return a + weight * (b - a); }
 
 template <class Sample, int kChannels>
-void PasteRows(const cv::Mat& image, const Turn& turn, cv::Mat* box, const RowRange& range) {
+void PasteRows(const cv::Mat& image, const SourceMap& map, cv::Mat* box, const RowRange& range) {
   constexpr std::ptrdiff_t kPixel = kChannels;
   const int last_column = image.cols - 1;
   const int last_row = image.rows - 1;
   for (int i = range.begin(); i < range.end(); ++i) {
-    const double row_u = turn.sine * i;
-    const double row_v = turn.cosine * i;
-    const auto u_at = [&](int j) { return turn.cosine * j + row_u + turn.shift_x; };
-    const auto v_at = [&](int j) { return row_v - turn.sine * j + turn.shift_y; };
+    const double row_u = map.sine * i;
+    const double row_v = map.cosine * i;
+    const auto u_at = [&](int j) { return map.cosine * j + row_u + map.shift_x; };
+    const auto v_at = [&](int j) { return row_v - map.sine * j + map.shift_y; };
     const Columns in_x =
-        ColumnsWithin(turn.cosine, row_u + turn.shift_x, image.cols, box->cols, u_at);
-    const Columns in_y =
-        ColumnsWithin(-turn.sine, row_v + turn.shift_y, image.rows, box->cols, v_at);
+        ColumnsWithin(map.cosine, row_u + map.shift_x, image.cols, box->cols, u_at);
+    const Columns in_y = ColumnsWithin(-map.sine, row_v + map.shift_y, image.rows, box->cols, v_at);
     const int end = std::min(in_x.last, in_y.last);
     auto* target = box->ptr<Sample>(i);
     for (int j = std::max(in_x.first, in_y.first); j < end; ++j) {
@@ -100,52 +99,52 @@ void PasteRows(const cv::Mat& image, const Turn& turn, cv::Mat* box, const RowRa
 }
 
 template <class Sample>
-void PasteRowsOf(const cv::Mat& image, const Turn& turn, cv::Mat* box, const RowRange& range) {
+void PasteRowsOf(const cv::Mat& image, const SourceMap& map, cv::Mat* box, const RowRange& range) {
   if (image.channels() == 1) {
-    PasteRows<Sample, 1>(image, turn, box, range);
+    PasteRows<Sample, 1>(image, map, box, range);
   } else {
-    PasteRows<Sample, 3>(image, turn, box, range);
+    PasteRows<Sample, 3>(image, map, box, range);
   }
 }
 
 }  // namespace
 
-Footprint TurnedFootprint(cv::Size size, double angle, int x, int y) {
+TurnedExtent ExtentOfTurned(cv::Size size, double angle, int x, int y) {
   const cv::RotatedRect rectangle(
       cv::Point2f(static_cast<float>(size.width / 2), static_cast<float>(size.height / 2)),
       cv::Size2f(size), static_cast<float>(360.0 - angle));
   cv::Point2f corners[4];
   rectangle.points(corners);
   // Relative to the corner that is laid on the point, so that it lies there exactly.
-  Footprint footprint{0, 0, 0, 0};
+  TurnedExtent extent{0, 0, 0, 0};
   for (const cv::Point2f& corner : corners) {
     const double from_x = static_cast<double>(corner.x) - corners[1].x;
     const double from_y = static_cast<double>(corner.y) - corners[1].y;
-    footprint.min_x = std::min(footprint.min_x, from_x);
-    footprint.min_y = std::min(footprint.min_y, from_y);
-    footprint.max_x = std::max(footprint.max_x, from_x);
-    footprint.max_y = std::max(footprint.max_y, from_y);
+    extent.min_x = std::min(extent.min_x, from_x);
+    extent.min_y = std::min(extent.min_y, from_y);
+    extent.max_x = std::max(extent.max_x, from_x);
+    extent.max_y = std::max(extent.max_y, from_y);
   }
-  return {footprint.min_x + x, footprint.min_y + y, footprint.max_x + x, footprint.max_y + y};
+  return {extent.min_x + x, extent.min_y + y, extent.max_x + x, extent.max_y + y};
 }
 
-void PasteTurned(const cv::Mat& image, double angle, const Footprint& footprint, cv::Mat* canvas) {
-  const double width = std::trunc(footprint.max_x - footprint.min_x);
-  const double height = std::trunc(footprint.max_y - footprint.min_y);
-  const int x = static_cast<int>(std::max(footprint.min_x, 0.0));
-  const int y = static_cast<int>(std::max(footprint.min_y, 0.0));
+void PasteTurned(const cv::Mat& image, double angle, const TurnedExtent& extent, cv::Mat* canvas) {
+  const double width = std::trunc(extent.max_x - extent.min_x);
+  const double height = std::trunc(extent.max_y - extent.min_y);
+  const int x = static_cast<int>(std::max(extent.min_x, 0.0));
+  const int y = static_cast<int>(std::max(extent.min_y, 0.0));
   const int columns = std::min(static_cast<int>(width), canvas->cols - x);
   const int rows = std::min(static_cast<int>(height), canvas->rows - y);
   if (columns <= 0 || rows <= 0) {
     return;
   }
   cv::Mat box = (*canvas)(cv::Rect(x, y, columns, rows));
-  const Turn turn = TurnInto(width, height, image.size(), angle);
+  const SourceMap map = MapOfBox(width, height, image.size(), angle);
   ForEachRowRange(rows, 2 * box.total() * box.elemSize(), [&](const RowRange& range) {
     if (image.depth() == CV_8U) {
-      PasteRowsOf<std::uint8_t>(image, turn, &box, range);
+      PasteRowsOf<std::uint8_t>(image, map, &box, range);
     } else {
-      PasteRowsOf<std::uint16_t>(image, turn, &box, range);
+      PasteRowsOf<std::uint16_t>(image, map, &box, range);
     }
   });
 }
