@@ -62,8 +62,13 @@ const cv::Mat& InputToReadWhileWriting(const cv::Mat& result, const cv::Mat& inp
   return *copy;
 }
 
-cv::Mat ResultMatrixApart(const cv::Mat& input, const cv::Mat& output, cv::Size size, int type) {
-  return ResultMatrix(SharesPixels(input, output) ? cv::Mat() : output, size, type);
+cv::Mat& ResultMatrixApart(const cv::Mat& input, KelImage* output, cv::Size size, int type,
+                           cv::Mat* fresh) {
+  if (SharesPixels(input, output->Mat())) {
+    fresh->create(size, type);
+    return *fresh;
+  }
+  return ResultMatrix(output, size, type, fresh);
 }
 
 void AssignResult(const cv::Mat& result, KelImage* output) {

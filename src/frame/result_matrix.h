@@ -23,7 +23,8 @@ const cv::Mat& InputToReadWhileWriting(const cv::Mat& result, const cv::Mat& inp
 
 // As ResultMatrix, but a new matrix also when the output shares pixels with `input`: for operations
 // that read other pixels of the input than the one they write.
-cv::Mat ResultMatrixApart(const cv::Mat& input, const cv::Mat& output, cv::Size size, int type);
+cv::Mat& ResultMatrixApart(const cv::Mat& input, KelImage* output, cv::Size size, int type,
+                           cv::Mat* fresh);
 
 // Makes `result` the output's matrix.
 void AssignResult(const cv::Mat& result, KelImage* output);

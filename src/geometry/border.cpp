@@ -53,7 +53,8 @@ KelLong KelImageOperation::AddBorder(KelImage& src, KelImage* dst, int left, int
   }
   try {
     const cv::Size size(static_cast<int>(columns), static_cast<int>(rows));
-    cv::Mat result = ResultMatrixApart(input, dst->Mat(), size, input.type());
+    cv::Mat fresh;
+    cv::Mat& result = ResultMatrixApart(input, dst, size, input.type(), &fresh);
     // Isolated: the pixels around a part of a larger matrix do not become border.
     cv::copyMakeBorder(input, result, top, bottom, left, right,
                        cv::BORDER_CONSTANT | cv::BORDER_ISOLATED,

@@ -35,8 +35,9 @@ KelLong KelImageOperation::Transpose(KelImage& src, KelImage* dst) {
   KELRA_RETURN_IF_ERROR(CheckChannels(src));
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
   const cv::Mat& input = src.Mat();
-  cv::Mat result =
-      ResultMatrixApart(input, dst->Mat(), cv::Size(input.rows, input.cols), input.type());
+  const cv::Size size(input.rows, input.cols);
+  cv::Mat fresh;
+  cv::Mat& result = ResultMatrixApart(input, dst, size, input.type(), &fresh);
   cv::transpose(input, result);
   AssignResult(result, dst);
   log.Exit();
@@ -52,7 +53,8 @@ KelLong KelImageOperation::Affine(KelImage& src, KelImage* dst, KelPointArray& f
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
   const cv::Mat& input = src.Mat();
   const cv::Mat forward = cv::getAffineTransform(InSinglePrecision(from), InSinglePrecision(to));
-  cv::Mat result = ResultMatrixApart(input, dst->Mat(), input.size(), input.type());
+  cv::Mat fresh;
+  cv::Mat& result = ResultMatrixApart(input, dst, input.size(), input.type(), &fresh);
   cv::warpAffine(input, result, forward, input.size(), cv::INTER_LINEAR, cv::BORDER_CONSTANT);
   AssignResult(result, dst);
   log.Exit();
@@ -69,7 +71,8 @@ KelLong KelImageOperation::Perspective(KelImage& src, KelImage* dst, KelPointArr
   const cv::Mat& input = src.Mat();
   const cv::Mat forward =
       cv::getPerspectiveTransform(InSinglePrecision(from), InSinglePrecision(to));
-  cv::Mat result = ResultMatrixApart(input, dst->Mat(), input.size(), input.type());
+  cv::Mat fresh;
+  cv::Mat& result = ResultMatrixApart(input, dst, input.size(), input.type(), &fresh);
   cv::warpPerspective(input, result, forward, input.size(), cv::INTER_LINEAR, cv::BORDER_CONSTANT);
   AssignResult(result, dst);
   log.Exit();

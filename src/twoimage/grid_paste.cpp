@@ -50,12 +50,15 @@ Status CheckAllAlike(const KelImageArray& images) {
 bool FitsInt(std::int64_t value) { return value <= std::numeric_limits<int>::max(); }
 
 // A matrix for the result that shares no pixels with any of the images.
-cv::Mat CanvasFor(const KelImageArray& images, const cv::Mat& output, cv::Size size) {
-  bool shared = false;
+cv::Mat& CanvasFor(const KelImageArray& images, KelImage* output, cv::Size size, cv::Mat* fresh) {
+  const int type = images[0].Mat().type();
   for (int i = 0; i < images.Length(); ++i) {
-    shared = shared || SharesPixels(images[i].Mat(), output);
+    if (SharesPixels(images[i].Mat(), output->Mat())) {
+      fresh->create(size, type);
+      return *fresh;
+    }
   }
-  return ResultMatrix(shared ? cv::Mat() : output, size, images[0].Mat().type());
+  return ResultMatrix(output, size, type, fresh);
 }
 
 // The visible part of an image on the canvas.
@@ -128,7 +131,8 @@ KelLong KelImageOperation::Paste(KelImageArray& images, KelImage* result, int gr
   if (all.empty()) {
     return ERR_PASTE_WORK;
   }
-  cv::Mat canvas = CanvasFor(images, result->Mat(), size);
+  cv::Mat fresh;
+  cv::Mat& canvas = CanvasFor(images, result, size, &fresh);
   canvas.setTo(cv::Scalar::all(0));
   for (const Placed& placed : all) {
     images[placed.image]
@@ -162,8 +166,9 @@ KelLong KelImageOperation::Paste(KelImageArray& images, KelImage* result, int gr
     return ERR_PASTE_EXCEPTION;
   }
   try {
-    cv::Mat canvas = CanvasFor(images, result->Mat(),
-                               cv::Size(static_cast<int>(columns), static_cast<int>(rows)));
+    const cv::Size size(static_cast<int>(columns), static_cast<int>(rows));
+    cv::Mat fresh;
+    cv::Mat& canvas = CanvasFor(images, result, size, &fresh);
     // The tiles cover all of it.
     for (int i = 0; i < images.Length(); ++i) {
       const cv::Point corner(i % gridColumns * step.width, i / gridColumns * step.height);

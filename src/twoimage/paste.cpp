@@ -59,21 +59,24 @@ Status CheckGrowth(const cv::Mat& canvas, const Growth& growth) {
 
 // The canvas grown by zeros, where `image` can be pasted. It is the output's own matrix where
 // nothing is in the way; a canvas that is the output and need not grow is not even copied.
-cv::Mat Grown(const cv::Mat& canvas, const Growth& growth, const cv::Mat& image,
-              const cv::Mat& output) {
-  const bool image_in_output = SharesPixels(image, output);
-  if (!image_in_output && IsNone(growth) && output.data == canvas.data &&
-      output.step == canvas.step && output.size() == canvas.size() &&
-      output.type() == canvas.type()) {
-    return output;
+cv::Mat& Grown(const cv::Mat& canvas, const Growth& growth, const cv::Mat& image, KelImage* output,
+               cv::Mat* fresh) {
+  cv::Mat& own = output->Mat();
+  const bool image_in_output = SharesPixels(image, own);
+  if (!image_in_output && IsNone(growth) && own.data == canvas.data && own.step == canvas.step &&
+      own.size() == canvas.size() && own.type() == canvas.type()) {
+    return own;
   }
   const int left = static_cast<int>(growth.left);
   const int top = static_cast<int>(growth.top);
   const int right = static_cast<int>(growth.right);
   const int bottom = static_cast<int>(growth.bottom);
   const cv::Size size(canvas.cols + left + right, canvas.rows + top + bottom);
-  cv::Mat result =
-      ResultMatrixApart(canvas, image_in_output ? cv::Mat() : output, size, canvas.type());
+  if (image_in_output) {
+    fresh->create(size, canvas.type());
+  }
+  cv::Mat& result =
+      image_in_output ? *fresh : ResultMatrixApart(canvas, output, size, canvas.type(), fresh);
   cv::copyMakeBorder(canvas, result, top, bottom, left, right,
                      cv::BORDER_CONSTANT | cv::BORDER_ISOLATED);
   return result;
@@ -101,11 +104,12 @@ Status PasteOnto(const KelImage& canvas, const KelImage& pasted, KelImage* resul
   const cv::Mat& image = pasted.Mat();
   const int x = static_cast<int>(position.x);
   const int y = static_cast<int>(position.y);
+  cv::Mat fresh;
   if (!turned) {
     const cv::Rect target(cv::Point(x, y), image.size());
     const Growth growth = GrowthFor(canvas.Mat(), target);
     KELRA_RETURN_IF_ERROR(CheckGrowth(canvas.Mat(), growth));
-    cv::Mat grown = Grown(canvas.Mat(), growth, image, result->Mat());
+    cv::Mat& grown = Grown(canvas.Mat(), growth, image, result, &fresh);
     image.copyTo(grown(target));
     AssignResult(grown, result);
     return STATUS_OK;
@@ -113,7 +117,7 @@ Status PasteOnto(const KelImage& canvas, const KelImage& pasted, KelImage* resul
   const TurnedExtent extent = ExtentOfTurned(image.size(), angle, x, y);
   const Growth growth = GrowthFor(canvas.Mat(), extent);
   KELRA_RETURN_IF_ERROR(CheckGrowth(canvas.Mat(), growth));
-  cv::Mat grown = Grown(canvas.Mat(), growth, image, result->Mat());
+  cv::Mat& grown = Grown(canvas.Mat(), growth, image, result, &fresh);
   PasteTurned(image, angle, extent, &grown);
   AssignResult(grown, result);
   log.Exit();
