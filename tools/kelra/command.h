@@ -145,7 +145,7 @@ class CommandBuilder {
     static_assert(!std::is_same_v<Value, bool>, "a bool is a flag");
     DeclaredOption declared;
     declared.name = std::move(name);
-    declared.placeholder = Placeholder(static_cast<const Value*>(nullptr));
+    declared.placeholder = std::string(Placeholder(static_cast<const Value*>(nullptr)));
     declared.description = std::move(description);
     declared.parse = [member](std::string_view text, std::any& options) {
       ParseValue(text, &(std::any_cast<Options&>(options).*member));

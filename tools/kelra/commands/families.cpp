@@ -3,7 +3,7 @@
 namespace KELRA::tool {
 
 const std::vector<Family>& Families() {
-  static const std::vector<Family> families = {ConstantArithmetic()};
+  static const std::vector<Family> families = {ConstantArithmetic(), Pasting(), Geometry()};
   return families;
 }
 

@@ -17,5 +17,7 @@ const std::vector<Family>& Families();
 
 // Each is defined in the file named after the family.
 Family ConstantArithmetic();
+Family Geometry();
+Family Pasting();
 
 }  // namespace KELRA::tool
