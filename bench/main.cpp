@@ -19,6 +19,8 @@ int main(int argc, char** argv) {
     cv::setNumThreads(count);
   }
   KELRA::bench::RegisterConstantArithmetic();
+  KELRA::bench::RegisterGeometry();
+  KELRA::bench::RegisterPaste();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return 2;

@@ -23,5 +23,7 @@ void Register(const SideBySide& pair);
 
 // Called by main; one function a family of operations.
 void RegisterConstantArithmetic();
+void RegisterGeometry();
+void RegisterPaste();
 
 }  // namespace KELRA::bench
