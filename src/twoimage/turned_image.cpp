@@ -62,37 +62,84 @@ Columns ColumnsWithin(double slope, double start, int size, int columns, Coordin
           FirstColumn(at_begin, columns, [&](int j) { return coordinate(j) <= -kTolerance; })};
 }
 
-double Between(double a, double b, double weight) { return a + weight * (b - a); }
+// Pixels are sampled in blocks of this many columns, in three steps whose loops are simple enough
+// for the compiler to vectorise the first and the last.
+constexpr int kBlock = 64;
 
+// Where the pixels of a block come from: the source pixel left above and the weights of its right
+// and lower neighbours.
+struct Positions {
+  int x[kBlock], y[kBlock];
+  double weight_x[kBlock], weight_y[kBlock];
+};
+
+// The samples of one channel around these positions, and how much those to the right exceed them.
+struct Neighbours {
+  int upper[kBlock], upper_rise[kBlock];
+  int lower[kBlock], lower_rise[kBlock];
+};
+
+void Locate(const SourceMap& map, double row_u, double row_v, int first, int count, Positions* at) {
+  for (int k = 0; k < count; ++k) {
+    const double u = std::max(map.cosine * (first + k) + row_u + map.shift_x, 0.0);
+    const double v = std::max(row_v - map.sine * (first + k) + map.shift_y, 0.0);
+    at->x[k] = static_cast<int>(u);
+    at->y[k] = static_cast<int>(v);
+    at->weight_x[k] = u - at->x[k];
+    at->weight_y[k] = v - at->y[k];
+  }
+}
+
+// In the last column and row a pixel is its own neighbour.
 template <class Sample, int kChannels>
-void PasteRows(const cv::Mat& image, const SourceMap& map, cv::Mat* box, const RowRange& range) {
+void Fetch(const cv::Mat& image, const Positions& at, int count, Neighbours* channels) {
   constexpr std::ptrdiff_t kPixel = kChannels;
   const int last_column = image.cols - 1;
   const int last_row = image.rows - 1;
+  for (int k = 0; k < count; ++k) {
+    const auto* upper = image.ptr<Sample>(at.y[k]) + at.x[k] * kPixel;
+    const auto* lower = image.ptr<Sample>(std::min(at.y[k] + 1, last_row)) + at.x[k] * kPixel;
+    const std::ptrdiff_t next = at.x[k] < last_column ? kPixel : 0;
+    for (std::ptrdiff_t c = 0; c < kPixel; ++c) {
+      channels[c].upper[k] = upper[c];
+      channels[c].upper_rise[k] = upper[c + next] - upper[c];
+      channels[c].lower[k] = lower[c];
+      channels[c].lower_rise[k] = lower[c + next] - lower[c];
+    }
+  }
+}
+
+void Interpolate(const Positions& at, const Neighbours& samples, int count, int* result) {
+  for (int k = 0; k < count; ++k) {
+    const double above = samples.upper[k] + at.weight_x[k] * samples.upper_rise[k];
+    const double below = samples.lower[k] + at.weight_x[k] * samples.lower_rise[k];
+    result[k] = static_cast<int>(above + at.weight_y[k] * (below - above));
+  }
+}
+
+template <class Sample, int kChannels>
+void PasteRows(const cv::Mat& image, const SourceMap& map, cv::Mat* box, const RowRange& range) {
+  Positions at;
+  Neighbours neighbours[kChannels];
+  int result[kBlock];
   for (int i = range.begin(); i < range.end(); ++i) {
     const double row_u = map.sine * i;
     const double row_v = map.cosine * i;
-    const auto u_at = [&](int j) { return map.cosine * j + row_u + map.shift_x; };
-    const auto v_at = [&](int j) { return row_v - map.sine * j + map.shift_y; };
-    const Columns in_x =
-        ColumnsWithin(map.cosine, row_u + map.shift_x, image.cols, box->cols, u_at);
-    const Columns in_y = ColumnsWithin(-map.sine, row_v + map.shift_y, image.rows, box->cols, v_at);
+    const Columns in_x = ColumnsWithin(map.cosine, row_u + map.shift_x, image.cols, box->cols,
+                                       [&](int j) { return map.cosine * j + row_u + map.shift_x; });
+    const Columns in_y = ColumnsWithin(-map.sine, row_v + map.shift_y, image.rows, box->cols,
+                                       [&](int j) { return row_v - map.sine * j + map.shift_y; });
     const int end = std::min(in_x.last, in_y.last);
-    auto* target = box->ptr<Sample>(i);
-    for (int j = std::max(in_x.first, in_y.first); j < end; ++j) {
-      const double u = std::max(u_at(j), 0.0);
-      const double v = std::max(v_at(j), 0.0);
-      const int x = static_cast<int>(u);
-      const int y = static_cast<int>(v);
-      const double weight_x = u - x;
-      const double weight_y = v - y;
-      const auto* upper = image.ptr<Sample>(y) + x * kPixel;
-      const auto* lower = image.ptr<Sample>(std::min(y + 1, last_row)) + x * kPixel;
-      const std::ptrdiff_t next = x < last_column ? kPixel : 0;
-      for (std::ptrdiff_t k = 0; k < kPixel; ++k) {
-        const double above = Between(upper[k], upper[k + next], weight_x);
-        const double below = Between(lower[k], lower[k + next], weight_x);
-        target[j * kPixel + k] = static_cast<Sample>(Between(above, below, weight_y));
+    for (int j = std::max(in_x.first, in_y.first); j < end; j += kBlock) {
+      const int count = std::min(kBlock, end - j);
+      Locate(map, row_u, row_v, j, count, &at);
+      Fetch<Sample, kChannels>(image, at, count, neighbours);
+      auto* target = box->ptr<Sample>(i) + std::ptrdiff_t{j} * kChannels;
+      for (int c = 0; c < kChannels; ++c) {
+        Interpolate(at, neighbours[c], count, result);
+        for (int k = 0; k < count; ++k) {
+          target[k * kChannels + c] = static_cast<Sample>(result[k]);
+        }
       }
     }
   }
