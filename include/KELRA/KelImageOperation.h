@@ -181,6 +181,7 @@ class KELIMAGEOPERATION_API KelImageOperation {
   // under a run-length region and otherwise as it was, unless putting a part back failed, which
   // leaves what the region library made.
   KelLong CompareConst(KelImage& image, KelROI& roi, KelImage* result, int value, int mode);
+
   // dst = src with rows and columns exchanged.
   //
   // Statuses in order: ERR_IMAGE_EMPTY, ERR_BIT_DEPTH, ERR_CHANNEL_COUNT (neither 1 nor 3).

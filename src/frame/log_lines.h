@@ -34,6 +34,7 @@ inline constexpr LogLines kBitXor{"BitXor", 6618, kNoExit};
 inline constexpr LogLines kComparison{"GreyAndOrOperation2_Compare", 4709, 4776};
 inline constexpr LogLines kCompare{"Compare", 7684, kNoExit};
 inline constexpr LogLines kCompareConst{"CompareConst", 7949, 8044};
+
 inline constexpr LogLines kPaste{"Paste", 9729, kNoExit};
 inline constexpr LogLines kPasteOper{"PasteOper", 9370, 9719};
 inline constexpr LogLines kGridPaste{"Paste2", 9800, 9915};

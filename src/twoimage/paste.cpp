@@ -137,9 +137,7 @@ KelLong KelImageOperation::Paste(KelImage& image1, KelImage& image2, KelImage* r
   KELRA_RETURN_IF_ERROR(CheckNotEmpty(image1));
   KELRA_RETURN_IF_ERROR(CheckNotEmpty(image2));
   KELRA_RETURN_IF_ERROR(CheckBitDepth(image1));
-  if (image1.BitDepth() != image2.BitDepth()) {
-    return ERR_DEPTH_MISMATCH;
-  }
+  KELRA_RETURN_IF_ERROR(CheckSameDepth(image1, image2));
   if (image1.Channels() != image2.Channels()) {
     return ERR_CHANNEL_MISMATCH;
   }

@@ -74,12 +74,16 @@ Turn TurnOf(cv::Size image, double angle) {
           {x.Length(), y.Length()}};
 }
 
-std::array<cv::Point2f, 4> Footprint(cv::Size image, const KelPoint& position, double angle) {
+std::array<cv::Point2f, 4> TurnedCorners(cv::Size image, double angle) {
   const cv::Point2f center(static_cast<float>(image.width / 2),
                            static_cast<float>(image.height / 2));
   std::array<cv::Point2f, 4> corners;
   cv::RotatedRect(center, image, static_cast<float>(360 - angle)).points(corners.data());
-  // The second corner is the image's first pixel.
+  return corners;
+}
+
+std::array<cv::Point2f, 4> Footprint(cv::Size image, const KelPoint& position, double angle) {
+  std::array<cv::Point2f, 4> corners = TurnedCorners(image, angle);
   const cv::Point2f shift(static_cast<float>(position.x - corners[1].x),
                           static_cast<float>(position.y - corners[1].y));
   for (cv::Point2f& corner : corners) {

@@ -32,6 +32,9 @@ struct Turn {
 
 Turn TurnOf(cv::Size image, double angle);
 
+// The corners of an image turned about its middle; the second is the image's first pixel.
+std::array<cv::Point2f, 4> TurnedCorners(cv::Size image, double angle);
+
 // The outline of an image that is turned so that its corner lies at the position.
 std::array<cv::Point2f, 4> Footprint(cv::Size image, const KelPoint& position, double angle);
 

@@ -1,11 +1,13 @@
 #include "twoimage/turned_image.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
 
 #include "frame/row_engine.h"
+#include "twoimage/placement.h"
 
 namespace KELRA {
 namespace {
@@ -157,11 +159,7 @@ void PasteRowsOf(const cv::Mat& image, const SourceMap& map, cv::Mat* box, const
 }  // namespace
 
 TurnedExtent ExtentOfTurned(cv::Size size, double angle, int x, int y) {
-  const cv::RotatedRect rectangle(
-      cv::Point2f(static_cast<float>(size.width / 2), static_cast<float>(size.height / 2)),
-      cv::Size2f(size), static_cast<float>(360.0 - angle));
-  cv::Point2f corners[4];
-  rectangle.points(corners);
+  const std::array<cv::Point2f, 4> corners = TurnedCorners(size, angle);
   // Relative to the corner that is laid on the point, so that it lies there exactly.
   TurnedExtent extent{0, 0, 0, 0};
   for (const cv::Point2f& corner : corners) {

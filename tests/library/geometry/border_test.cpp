@@ -7,6 +7,18 @@
 #include "recorded_log.h"
 #include "test_images.h"
 
+#if defined(__has_feature)
+#define KELRA_HAS_FEATURE(name) __has_feature(name)
+#else
+#define KELRA_HAS_FEATURE(name) 0
+#endif
+#if defined(__SANITIZE_ADDRESS__) || KELRA_HAS_FEATURE(address_sanitizer)
+// An allocation that fails is to fail as it does without the sanitizer.
+extern "C" __attribute__((visibility("default"))) const char* __asan_default_options() {
+  return "allocator_may_return_null=1";
+}
+#endif
+
 namespace {
 
 using namespace KELRA;
