@@ -21,6 +21,7 @@ int main(int argc, char** argv) {
   KELRA::bench::RegisterConstantArithmetic();
   KELRA::bench::RegisterGeometry();
   KELRA::bench::RegisterPaste();
+  KELRA::bench::RegisterTwoImages();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return 2;

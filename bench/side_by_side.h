@@ -17,13 +17,26 @@ struct SideBySide {
   std::function<void(const cv::Mat& image, cv::Mat* dst)> opencv;
 };
 
+// The same with a second image of the same size and type; the copy moves as many bytes as two
+// images read and one written.
+struct TwoImagesSideBySide {
+  std::string operation;
+  std::function<KelLong(KelImageOperation& op, KelImage& image, KelImage& second, KelImage* dst)>
+      ours;
+  std::function<void(const cv::Mat& image, const cv::Mat& second, cv::Mat* dst)> opencv;
+};
+
+enum class Channels { kOneAndThree, kOne };
+
 // Registers the three benchmarks OPERATION/SIZE/TYPE/{kelra,opencv,copy} for every size, depth and
 // channel count.
-void Register(const SideBySide& pair);
+void Register(const SideBySide& pair, Channels channels = Channels::kOneAndThree);
+void Register(const TwoImagesSideBySide& pair, Channels channels = Channels::kOneAndThree);
 
 // Called by main; one function a family of operations.
 void RegisterConstantArithmetic();
 void RegisterGeometry();
 void RegisterPaste();
+void RegisterTwoImages();
 
 }  // namespace KELRA::bench

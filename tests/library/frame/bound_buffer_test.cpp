@@ -98,6 +98,20 @@ TEST(BoundBuffer, AnInputInTheBufferKeepsItsPixels) {
   }
 }
 
+TEST(BoundBuffer, AnotherInputInTheBufferKeepsItsPixels) {
+  cv::Mat buffer = RandomImage(5, 7, CV_8UC1);
+  const KelImage second(buffer(cv::Rect(3, 2, 4, 3)));
+  const cv::Mat copy = second.Mat().clone();
+  KelImage output;
+  {
+    BoundBuffer bound;
+    BoundBuffer::KeepPixels(buffer, second);
+    bound.Bind(buffer, KelImage(RandomImage(5, 7, CV_8UC1, 2)), &output);
+  }
+  EXPECT_TRUE(SameImage(second.Mat(), copy));
+  EXPECT_EQ(output.ImageData(), buffer.data);
+}
+
 TEST(BoundBuffer, AnOutputInTheBufferOfAnotherSizeKeepsNothing) {
   cv::Mat buffer = RandomImage(5, 7, CV_8UC1);
   KelImage output(buffer);

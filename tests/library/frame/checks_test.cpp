@@ -19,6 +19,16 @@ TEST(Checks, OnlyDepths0And2AreSupported) {
   }
 }
 
+TEST(Checks, SameDepthWhateverTheChannels) {
+  for (int first = 0; first <= 6; ++first) {
+    for (int second = 0; second <= 6; ++second) {
+      EXPECT_EQ(CheckSameDepth(KelImage(cv::Mat(2, 2, CV_MAKETYPE(first, 1))),
+                               KelImage(cv::Mat(3, 1, CV_MAKETYPE(second, 3)))),
+                first == second ? STATUS_OK : ERR_DEPTH_MISMATCH);
+    }
+  }
+}
+
 TEST(Checks, OneOrThreeChannelsOfAnyDepthPass) {
   for (int depth = 0; depth <= 6; ++depth) {
     for (int channels = 1; channels <= 20; ++channels) {

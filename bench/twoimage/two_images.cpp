@@ -1,0 +1,139 @@
+#include <opencv2/imgproc.hpp>
+
+#include "side_by_side.h"
+
+namespace KELRA::bench {
+namespace {
+
+using Arithmetic = KelLong (KelImageOperation::*)(KelImage&, KelImage&, KelImage*, KelPoint&,
+                                                  double, float, float);
+using Bitwise = KelLong (KelImageOperation::*)(KelImage&, KelImage&, KelImage*, KelPoint&, double);
+using Combine = std::function<void(const cv::Mat& a, const cv::Mat& b, cv::Mat* dst)>;
+
+void RegisterArithmetic(const char* name, Arithmetic method, double scale, double offset,
+                        const Combine& opencv) {
+  Register({name,
+            [=](KelImageOperation& op, KelImage& image, KelImage& second, KelImage* dst) {
+              KelPoint origin;
+              return (op.*method)(image, second, dst, origin, 0, static_cast<float>(scale),
+                                  static_cast<float>(offset));
+            },
+            opencv});
+}
+
+void RegisterBitwise(const char* name, Bitwise method, const Combine& opencv) {
+  Register({name,
+            [=](KelImageOperation& op, KelImage& image, KelImage& second, KelImage* dst) {
+              KelPoint origin;
+              return (op.*method)(image, second, dst, origin, 0);
+            },
+            opencv});
+}
+
+// The second image's middle part, a quarter of the whole, so that the turned box lies inside.
+cv::Rect Middle(const cv::Mat& image) {
+  return {image.cols / 4, image.rows / 4, image.cols / 2, image.rows / 2};
+}
+
+constexpr double kAngle = 20;
+
+struct TurnedBox {
+  cv::Matx23d transform;
+  cv::Rect on_first;
+};
+
+// The turned image's bounding box, at a place where it is inside the first image.
+TurnedBox BoxOf(cv::Size size) {
+  const cv::Point2f center(static_cast<float>(size.width - 1) / 2,
+                           static_cast<float>(size.height - 1) / 2);
+  cv::Matx23d transform = cv::getRotationMatrix2D(center, kAngle, 1);
+  const cv::Rect box = cv::RotatedRect(center, size, static_cast<float>(-kAngle)).boundingRect();
+  transform(0, 2) -= box.x;
+  transform(1, 2) -= box.y;
+  return {transform, {{size.width / 2, size.height / 2}, box.size()}};
+}
+
+void RegisterTurned(const char* name, float scale, float offset) {
+  const bool masked = scale != 1.0F || offset != 0.0F;
+  Register({name,
+            [=](KelImageOperation& op, KelImage& image, KelImage& second, KelImage* dst) {
+              KelImage part(second.Mat()(Middle(second.Mat())));
+              const TurnedBox turned = BoxOf(part.Mat().size());
+              KelPoint at{static_cast<double>(turned.on_first.x),
+                          turned.on_first.y + 0.342 * part.Width()};
+              return op.Add(image, part, dst, at, kAngle, scale, offset);
+            },
+            [=](const cv::Mat& image, const cv::Mat& second, cv::Mat* dst) {
+              const cv::Mat part = second(Middle(second));
+              const TurnedBox turned = BoxOf(part.size());
+              const cv::Rect box = turned.on_first & cv::Rect({}, image.size());
+              cv::Mat pixels;
+              cv::warpAffine(part, pixels, turned.transform, turned.on_first.size());
+              const cv::Mat visible = pixels({{}, box.size()});
+              image.copyTo(*dst);
+              cv::Mat target = (*dst)(box);
+              cv::Mat sum;
+              cv::add(image(box), visible, sum);
+              if (!masked) {
+                sum.copyTo(target);
+                return;
+              }
+              cv::Mat mask;
+              cv::warpAffine(cv::Mat(part.size(), CV_8UC1, cv::Scalar(255)), mask, turned.transform,
+                             turned.on_first.size());
+              cv::Mat scaled;
+              sum.convertTo(scaled, -1, scale, offset);
+              scaled.copyTo(target, mask({{}, box.size()}));
+            }});
+}
+
+}  // namespace
+
+void RegisterTwoImages() {
+  RegisterArithmetic("Add", &KelImageOperation::Add, 1, 0,
+                     [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) { cv::add(a, b, *dst); });
+  RegisterArithmetic("Add x0.5 +3", &KelImageOperation::Add, 0.5, 3,
+                     [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) {
+                       cv::addWeighted(a, 0.5, b, 0.5, 3, *dst);
+                     });
+  RegisterArithmetic("Subtract x0.5 +128", &KelImageOperation::Subtract, 0.5, 128,
+                     [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) {
+                       cv::addWeighted(a, 0.5, b, -0.5, 128, *dst);
+                     });
+  RegisterArithmetic(
+      "Multiply x0.004", &KelImageOperation::Multiply, 0.004, 0,
+      [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) { cv::multiply(a, b, *dst, 0.004); });
+  RegisterArithmetic(
+      "Divide x64", &KelImageOperation::Divide, 64, 0,
+      [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) { cv::divide(a, b, *dst, 64); });
+  RegisterBitwise(
+      "BitAnd", &KelImageOperation::BitAnd,
+      [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) { cv::bitwise_and(a, b, *dst); });
+  RegisterTurned("Add turned", 1, 0);
+  RegisterTurned("Add turned, x0.5 +3", 0.5F, 3);
+  Register({"Compare greater",
+            [](KelImageOperation& op, KelImage& image, KelImage& second, KelImage* dst) {
+              return op.Compare(image, second, dst, 7);
+            },
+            [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) {
+              cv::Mat mask;
+              cv::compare(a, b, mask, cv::CMP_GT);
+              a.copyTo(*dst);
+              dst->setTo(255, mask);
+            }},
+           Channels::kOne);
+  static KelROI whole;
+  Register({"CompareConst greater",
+            [](KelImageOperation& op, KelImage& image, KelImage* dst) {
+              return op.CompareConst(image, whole, dst, 100, 7);
+            },
+            [](const cv::Mat& src, cv::Mat* dst) {
+              cv::Mat mask;
+              cv::compare(src, 100, mask, cv::CMP_GT);
+              src.copyTo(*dst);
+              dst->setTo(255, mask);
+            }},
+           Channels::kOne);
+}
+
+}  // namespace KELRA::bench
