@@ -3,7 +3,8 @@
 namespace KELRA::tool {
 
 const std::vector<Family>& Families() {
-  static const std::vector<Family> families = {ConstantArithmetic(), Pasting(), Geometry()};
+  static const std::vector<Family> families = {ConstantArithmetic(), TwoImages(), Geometry(),
+                                               Pasting()};
   return families;
 }
 

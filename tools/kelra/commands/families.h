@@ -19,5 +19,6 @@ const std::vector<Family>& Families();
 Family ConstantArithmetic();
 Family Geometry();
 Family Pasting();
+Family TwoImages();
 
 }  // namespace KELRA::tool
