@@ -1,6 +1,6 @@
 #include "frame/comparison_row_bodies.h"
 
-#include "frame/body_rows.h"
+#include "frame/row_views.h"
 
 namespace KELRA::tbbup {
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "frame/body_rows.h"
+#include "frame/row_views.h"
 
 namespace KELRA::tbbup {
 namespace {
@@ -21,22 +21,6 @@ Extent BlocksAndTail(const cv::Mat& input, const RowRange& rows) {
   const std::ptrdiff_t channels = input.channels();
   return {static_cast<std::ptrdiff_t>(rows.size()), input.cols * channels,
           block_columns * channels};
-}
-
-// Both rounding alike, the whole row counts as blocks.
-Extent BlocksOnly(const cv::Mat& input, const RowRange& rows) {
-  const std::ptrdiff_t samples = static_cast<std::ptrdiff_t>(input.cols) * input.channels();
-  return {static_cast<std::ptrdiff_t>(rows.size()), samples, samples};
-}
-
-// Rows without a tail that follow each other without a gap are one long row.
-template <class... Inputs>
-Extent Optimized(Extent extent, const cv::Mat& output, const Inputs&... inputs) {
-  if (extent.blocks == extent.samples && output.isContinuous() && (inputs.isContinuous() && ...)) {
-    extent = {1, extent.rows * extent.samples, extent.rows * extent.samples};
-  }
-  extent.streaming = ShouldStream(output, inputs...);
-  return extent;
 }
 
 bool IsSumOrDifference(OperationCode code) {

@@ -1,7 +1,6 @@
-// From the matrices of a row body to the rows that its kernel walks.
+// How the row bodies see matrices: as rows of samples for the kernels.
 #pragma once
 
-#include <cstddef>
 #include <opencv2/core.hpp>
 
 #include "frame/cache_size.h"
@@ -33,6 +32,22 @@ template <class... Inputs>
 bool ShouldStream(const cv::Mat& output, const Inputs&... inputs) {
   return (PixelBytes(output) + ... + PixelBytes(inputs)) > LastLevelCacheBytes() &&
          ((output.data != inputs.data) && ...);
+}
+
+// Both rounding alike, the whole row counts as blocks.
+inline kernels::Extent BlocksOnly(const cv::Mat& input, const RowRange& rows) {
+  const std::ptrdiff_t samples = static_cast<std::ptrdiff_t>(input.cols) * input.channels();
+  return {static_cast<std::ptrdiff_t>(rows.size()), samples, samples};
+}
+
+// Rows without a tail that follow each other without a gap are one long row.
+template <class... Inputs>
+kernels::Extent Optimized(kernels::Extent extent, const cv::Mat& output, const Inputs&... inputs) {
+  if (extent.blocks == extent.samples && output.isContinuous() && (inputs.isContinuous() && ...)) {
+    extent = {1, extent.rows * extent.samples, extent.rows * extent.samples};
+  }
+  extent.streaming = ShouldStream(output, inputs...);
+  return extent;
 }
 
 }  // namespace KELRA::tbbup
