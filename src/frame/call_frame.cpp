@@ -6,10 +6,17 @@
 namespace KELRA {
 namespace {
 
+// All 255, one 8-bit channel. Logged like every constant image that is made.
+cv::Mat ConstantImage(cv::Size size) {
+  CallLog log(log_lines::kCreateConst);
+  cv::Mat image(size, CV_8UC1, cv::Scalar(255));
+  log.Exit();
+  return image;
+}
+
 // The image that the mask is made from. The converter takes its inputs by mutable reference.
 cv::Mat TemplateOf(const KelImage& src, MaskTemplate kind) {
-  return kind == MaskTemplate::kInput ? src.Mat()
-                                      : cv::Mat(src.Mat().size(), CV_8UC1, cv::Scalar(255));
+  return kind == MaskTemplate::kInput ? src.Mat() : ConstantImage(src.Mat().size());
 }
 
 }  // namespace
@@ -29,6 +36,9 @@ void CallFrame::KeepInput(KelImage& src, KelImage* dst) {
 }
 
 void CallFrame::BindBufferNow(KelImage& src, KelImage* dst) {
+  if (dst == nullptr) {
+    return;
+  }
   KeepInput(src, dst);
   if (buffer_ != nullptr && LoadedSettings().efficiency != 0) {
     bound_.Bind(*buffer_, *input_, dst);
@@ -55,8 +65,13 @@ Status CallFrame::Run(KelImage& src, KelROI& roi, KelImage* dst, Work work) {
   }
 }
 
+KelImage& CallFrame::WholeInput(KelImage* dst) {
+  const bool output_is_input = header_.has_value();
+  return output_is_input && policy_.shared_output == SharedOutput::kWrittenInPlace ? *dst : *input_;
+}
+
 Status CallFrame::RunOnWholeImage(KelImage* dst, Work work) {
-  const Status status = work(*input_, dst);
+  const Status status = work(WholeInput(dst), dst);
   if (status.ok()) {
     bound_.MarkOverwritten();
   }
@@ -64,23 +79,24 @@ Status CallFrame::RunOnWholeImage(KelImage* dst, Work work) {
 }
 
 Status CallFrame::RunUnderMask(KelROI& roi, KelImage* dst, Work work) {
+  KelImage& input = WholeInput(dst);
   KelImage separate;
-  const bool use_separate = policy_.shared_output == SharedOutput::kAsIfSeparate &&
-                            SharesPixels(input_->Mat(), dst->Mat());
+  const bool use_separate =
+      policy_.shared_output == SharedOutput::kAsIfSeparate && SharesPixels(input.Mat(), dst->Mat());
   KelImage* result = use_separate ? &separate : dst;
-  if (const Status status = work(*input_, result); !status.ok()) {
+  if (const Status status = work(input, result); !status.ok()) {
     return Fail(Fallback::kMaskedWork, status, dst);
   }
   bound_.MarkOverwritten();
   dst->Mat() = result->Mat();
   cv::Mat mask;
-  cv::Mat mask_template = TemplateOf(*input_, policy_.mask_template);
+  cv::Mat mask_template = TemplateOf(input, policy_.mask_template);
   if (const Status status = RegionConverter().GenMaskImage(mask_template, roi, &mask, 1, 0);
       !status.ok()) {
     return Fail(Fallback::kMask, status, dst);
   }
   const cv::Mat outside = 255.0 - mask;
-  input_->Mat().copyTo(dst->Mat(), outside);
+  input.Mat().copyTo(dst->Mat(), outside);
   return STATUS_OK;
 }
 

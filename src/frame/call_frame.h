@@ -53,13 +53,16 @@ enum class AfterRestore {
 // What the region's mask is made from.
 enum class MaskTemplate {
   kInput,
-  kConstantImage,  // one channel, 8 bits, all 255
+  kConstantImage,  // one channel, 8 bits, all 255; making it is logged as CreateConst
 };
 
-// What an output that shares pixels with the input does on the mask path.
+// What becomes of an output that shares pixels with the input, on the whole image and on the mask
+// path.
 enum class SharedOutput {
   kAsIfSeparate,
-  kWrittenInPlace,  // the work overwrites the input; there is nothing left to bring back
+  // The work overwrites the input; there is nothing left to bring back. An output that is the input
+  // stays so when the efficiency buffer is bound to it.
+  kWrittenInPlace,
 };
 
 // What is particular to a method; only deviations from these defaults are listed beside it.
@@ -81,13 +84,15 @@ class CallFrame {
   // Logs the start. `buffer` is the object's matrix for efficiency mode, null when it has none.
   explicit CallFrame(const FramePolicy& policy, cv::Mat* buffer = nullptr);
 
-  // In efficiency mode binds the buffer to the output, which may be the input.
+  // In efficiency mode binds the buffer to the output, if there is one; it may be the input.
   void BindBufferNow(KelImage& src, KelImage* dst);
 
   // Runs the work on the path of the region's kind, which has been checked.
   Status Run(KelImage& src, KelROI& roi, KelImage* dst, Work work);
 
  private:
+  // What the work on the whole image reads.
+  KelImage& WholeInput(KelImage* dst);
   Status RunOnWholeImage(KelImage* dst, Work work);
   Status RunUnderMask(KelROI& roi, KelImage* dst, Work work);
   Status RunOnPart(KelROI& roi, KelImage* dst, Work work);

@@ -39,6 +39,21 @@ Status CheckConstant(const KelImage& image, int value, int smallest) {
   return value >= smallest && value <= LargestSample(image.BitDepth()) ? STATUS_OK : ERR_PARAM_1;
 }
 
-Status CheckOutput(const KelImage* image) { return image != nullptr ? STATUS_OK : ERR_IMAGE_EMPTY; }
+Status CheckSameDepth(const KelImage& first, const KelImage& second) {
+  return first.BitDepth() == second.BitDepth() ? STATUS_OK : ERR_DEPTH_MISMATCH;
+}
+
+Status CheckSameSize(const KelImage& first, const KelImage& second) {
+  if (first.Width() != second.Width()) {
+    return ERR_WIDTH_MISMATCH;
+  }
+  return first.Height() == second.Height() ? STATUS_OK : ERR_HEIGHT_MISMATCH;
+}
+
+Status CheckSameChannels(const KelImage& first, const KelImage& second) {
+  return first.Channels() == second.Channels() ? STATUS_OK : ERR_CHANNEL_MISMATCH;
+}
+
+Status CheckOutput(const void* output) { return output != nullptr ? STATUS_OK : ERR_IMAGE_EMPTY; }
 
 }  // namespace KELRA

@@ -48,5 +48,31 @@ inline constexpr LogLines kWarp{"Warp", 10254, 10311};
 inline constexpr LogLines kPolarInverse{"cvNewPolarInvImage", 10321, 10382};
 inline constexpr LogLines kUnwarp{"Unwarp", 10392, 10450};
 
+inline constexpr LogLines kSqrt{"Sqrt", 6248, 6323};
+inline constexpr LogLines kBitAndConst{"BitAndConst", 6404, 6476};
+inline constexpr LogLines kBitOrConst{"BitOrConst", 6529, 6601};
+inline constexpr LogLines kBitXorConst{"BitXorConst", 6656, 6734};
+inline constexpr LogLines kBitNot{"BitNot", 6760, 6835};
+
+inline constexpr LogLines kCreateConst{"CreateConst", 6848, 6952};
+inline constexpr LogLines kCopy{"Copy", 6964, 6974};
+inline constexpr LogLines kImageFill{"ImageFill", 6986, 7102};
+inline constexpr LogLines kRegionFill{"ImageFill2", 7114, 7132};
+
+inline constexpr LogLines kPixelMax{"PixelMax", 8056, 8134};
+inline constexpr LogLines kPixelMin{"PixelMin", 8146, 8223};
+inline constexpr LogLines kPixelAverage{"PixelAverage", 8233, 8513};
+
+inline constexpr LogLines kPixelMaxConstWork{"PixelMaxConstfun", 8536, 8613};
+inline constexpr LogLines kPixelMaxConst{"PixelMaxConst", 8622, 8724};
+inline constexpr LogLines kPixelMinConstWork{"PixelMinConstfun", 8734, 8812};
+// Logged under the name of its pixel work; readers of the log know it so.
+inline constexpr LogLines kPixelMinConst{"PixelMinConstfun", 8821, 8948};
+inline constexpr LogLines kPixelAverageConstWork{"PixelAverageConstfun", 8958, 9040};
+inline constexpr LogLines kPixelAverageConst{"PixelAverageConst", 9050, 9156};
+inline constexpr LogLines kDifference{"Difference", 9167, 9198};
+inline constexpr LogLines kDifferenceConstWork{"DifferenceConstfun", 9208, 9246};
+inline constexpr LogLines kDifferenceConst{"DifferenceConst", 9255, 9359};
+
 }  // namespace log_lines
 }  // namespace KELRA
