@@ -272,6 +272,129 @@ class KELIMAGEOPERATION_API KelImageOperation {
   KelLong Paste(KelImageArray& images, KelImage* result, int gridRows, int gridColumns,
                 int overlapX, int overlapY);
 
+  // dst = the square root of src, each sample, rounded to the nearest integer: 0 to 16 for 8-bit,
+  // 0 to 256 for 16-bit images.
+  //
+  // Any number of channels. Statuses in order: ERR_BIT_DEPTH, ERR_ROI_TYPE; then ERR_IMAGE_EMPTY or
+  // the region library's code, with `dst` a copy of `src` except on the whole image.
+  KelLong Sqrt(KelImage& src, KelROI& roi, KelImage* dst);
+
+  // dst = src AND value, bit by bit, each sample of every channel.
+  //
+  // Any number of channels. `value`: 0 to 255 for 8-bit, 0 to 65535 for 16-bit images. Statuses in
+  // order: ERR_BIT_DEPTH, ERR_ROI_TYPE; then ERR_IMAGE_EMPTY, ERR_PARAM_1 (value) or the region
+  // library's code, with `dst` a copy of `src` except on the whole image.
+  KelLong BitAndConst(KelImage& src, KelROI& roi, KelImage* dst, int value);
+
+  // dst = src OR value. All else as for BitAndConst.
+  KelLong BitOrConst(KelImage& src, KelROI& roi, KelImage* dst, int value);
+
+  // dst = src XOR value. All else as for BitAndConst.
+  KelLong BitXorConst(KelImage& src, KelROI& roi, KelImage* dst, int value);
+
+  // dst = NOT src: 255 or 65535 minus each sample. Channels and statuses as for Sqrt.
+  KelLong BitNot(KelImage& src, KelROI& roi, KelImage* dst);
+
+  // dst = the largest sample of all images, each pixel and channel.
+  //
+  // Statuses in order: ERR_COUNT_LIMIT (no image); of the first image ERR_IMAGE_EMPTY,
+  // ERR_BIT_DEPTH, ERR_CHANNEL_COUNT; then image by image, compared with the first,
+  // ERR_DEPTH_MISMATCH, ERR_WIDTH_MISMATCH, ERR_HEIGHT_MISMATCH, ERR_CHANNEL_MISMATCH.
+  //
+  // Efficiency mode: the result is the object's matrix, whose previous pixels, if they are of the
+  // images' size and type and not those of an input, take part in the maximum. If they are of the
+  // same size but another type, the matrix is converted and the call ends with an OpenCV exception
+  // (StsUnmatchedSizes); the next call succeeds. A failing call leaves the matrix alone.
+  KelLong PixelMax(KelImageArray& images, KelImage* dst);
+
+  // dst = the smallest sample of all images, each pixel and channel.
+  //
+  // Statuses as for PixelMax. Efficiency mode: the result is the object's matrix; what it held
+  // before has no influence.
+  KelLong PixelMin(KelImageArray& images, KelImage* dst);
+
+  // dst = the mean of all images, each pixel and channel, rounded to nearest, ties to even.
+  //
+  // `mode`: 0 takes all n values, 1 leaves out one smallest, 2 one largest, 3 one of each. The sum
+  // is formed in single precision in the images' order, what is left out is subtracted from it (the
+  // largest first), and the rest is multiplied by 1 / (count of the remaining values).
+  //
+  // Statuses in order: ERR_COUNT_LIMIT (no image), ERR_IMAGE_EMPTY of the first image, ERR_PARAM_2
+  // (mode), ERR_BIT_DEPTH and ERR_CHANNEL_COUNT of the first image; then image by image, compared
+  // with the first, ERR_AVG_SIZE_MISMATCH, ERR_AVG_DEPTH_MISMATCH, ERR_AVG_CHANNEL_MISMATCH; then
+  // ERR_COUNT_LIMIT if there are fewer than 2 (modes 1 and 2) or 3 images (mode 3).
+  //
+  // Efficiency mode: the sum is formed in the object's matrix, converted to single precision. If it
+  // is of the images' size and channels, the sum starts from its previous values; it ends as the
+  // means before they are rounded. The output never shares it. A failing call leaves it alone.
+  KelLong PixelAverage(KelImageArray& images, KelImage* dst, int mode);
+
+  // dst = max(src, value), each sample.
+  //
+  // `value`: 0 to 255 for 8-bit, 0 to 65535 for 16-bit images. Statuses in order: ERR_IMAGE_EMPTY,
+  // ERR_BIT_DEPTH, ERR_ROI_TYPE; then ERR_CHANNEL_COUNT, ERR_PARAM_1 (value) or the region
+  // library's code. Under a run-length region these leave a copy of `src` in `dst`. When a cut-out
+  // region cannot be put back, `dst` is what the region library made of it, and the status is 0.
+  //
+  // On the whole image and under a run-length region, `value` is written into an output of the
+  // input's size before the comparison: an output that shares pixels with the input compares
+  // `value` with itself there, so that with the input as output all samples become `value`. An
+  // output of the input's size but another type ends the call with an OpenCV exception.
+  //
+  // Uses efficiency mode; the output is bound before the region's kind is checked, so that
+  // ERR_ROI_TYPE leaves it cleared.
+  KelLong PixelMaxConst(KelImage& src, KelROI& roi, KelImage* dst, int value);
+
+  // dst = min(src, value), each sample. Parameters, statuses and outputs in place as for
+  // PixelMaxConst. Uses efficiency mode except on the whole image.
+  KelLong PixelMinConst(KelImage& src, KelROI& roi, KelImage* dst, int value);
+
+  // dst = (src + value) / 2, each sample, rounded to nearest, ties to even. Parameters and statuses
+  // as for PixelMaxConst.
+  KelLong PixelAverageConst(KelImage& src, KelROI& roi, KelImage* dst, int value);
+
+  // dst = |src - value|, each sample. Parameters and statuses as for PixelMaxConst.
+  KelLong DifferenceConst(KelImage& src, KelROI& roi, KelImage* dst, int value);
+
+  // dst = |first - second|, each sample.
+  //
+  // Statuses in order: ERR_IMAGE_EMPTY of the first and of the second image, ERR_BIT_DEPTH of the
+  // first, ERR_DEPTH_MISMATCH, ERR_WIDTH_MISMATCH, ERR_HEIGHT_MISMATCH, ERR_CHANNEL_COUNT of the
+  // first, ERR_CHANNEL_MISMATCH.
+  KelLong Difference(KelImage& first, KelImage& second, KelImage* dst);
+
+  // dst = a new image of one color; one that was in `dst` is not written to.
+  //
+  // `height` and `width`: at least 1. `type`: any integer type. `channels`: 1 (red), 3 (blue,
+  // green, red) or 4 (blue, green, red, alpha). `color`: each component within the type's range,
+  // also those that the image does not have, except that one channel checks red alone, 32 bits
+  // refuse the smallest integer and do not check blue; types beyond KEL_64F check nothing and stand
+  // for their low three bits. Statuses in this order: ERR_PARAM_1 to ERR_PARAM_5;
+  // ERR_CREATE_EXCEPTION for whatever the making throws, with `dst` as it was.
+  KelLong CreateConst(KelImage* dst, int height, int width, KelImageType type, int channels,
+                      KelColorRGBA color);
+
+  // dst = src, pixels of its own. Any depth and number of channels. ERR_IMAGE_EMPTY for an image
+  // without pixels.
+  KelLong Copy(KelImage& src, KelImage* dst);
+
+  // Fills the holes of the objects of a binary image. Objects are the pixels that are not 0, joined
+  // over 8 neighbours; holes are background joined over 4 neighbours that does not reach the
+  // image's border. Every object becomes 255, and so do the holes and all that lies in them.
+  //
+  // With `holesOnly` the result is 255 on the pixels of the holes and 0 elsewhere; an object inside
+  // a hole is not part of it. 8-bit, one channel. A region's border counts as the image's.
+  //
+  // Statuses in order: ERR_IMAGE_EMPTY, ERR_BIT_DEPTH, ERR_NOT_SINGLE_CHANNEL; the region library's
+  // code, also for kinds without an area; ERR_FILL_NO_CONTOUR (no object), ERR_COUNT_LIMIT (more
+  // than 10000 outlines of objects and holes) or the code of the contour search. All leave `dst` as
+  // it was.
+  KelLong ImageFill(KelImage& src, KelROI& roi, bool holesOnly, KelImage* dst);
+
+  // The same for a run-length region, on an image of its grid. `dst` receives the region that the
+  // result covers; after a failure, what the conversion library makes of an empty image.
+  KelLong ImageFill(KelRegion& src, KelROI& roi, bool holesOnly, KelRegion* dst);
+
  private:
   std::shared_ptr<cv::Mat> buffer_;
 };

@@ -54,6 +54,19 @@ enum Relation : unsigned {
 };
 inline constexpr int kRelationCount = 6;
 
+// Combinations of two samples in which blocks and tails do not differ. kMean is rounded to nearest,
+// ties to even.
+enum Combination : int {
+  kBitAnd = 0,
+  kBitOr = 1,
+  kBitXor = 2,
+  kMaximum = 3,
+  kMinimum = 4,
+  kAbsoluteDifference = 5,
+  kMean = 6
+};
+inline constexpr int kCombinationCount = 7;
+
 template <class Sample>
 struct SampleKernels {
   // dst = saturate((src op constant) * scale + offset)
@@ -76,6 +89,18 @@ struct SampleKernels {
   using MarkByConstant = void (*)(Rows<const Sample> src, Rows<Sample> dst, Extent extent,
                                   Sample constant, Sample mark);
 
+  // dst = src op constant
+  using CombineConstant = void (*)(Rows<const Sample> src, Rows<Sample> dst, Extent extent,
+                                   Sample constant);
+  // dst = a op b
+  using CombineImages = Saturate;
+  // dst = the square root of src, to nearest
+  using Root = void (*)(Rows<const Sample> src, Rows<Sample> dst, Extent extent);
+  // sums = sums + src, or sums - src
+  using Accumulate = void (*)(Rows<const Sample> src, Rows<float> sums, Extent extent);
+  // sums = sums * factor, and dst = saturate(sums), to nearest, ties to even
+  using Means = void (*)(Rows<float> sums, Rows<Sample> dst, Extent extent, float factor);
+
   std::array<WithConstant, kArithmeticCount> with_constant;
   std::array<WithImage, kArithmeticCount> with_image;
   Shift shift;
@@ -83,6 +108,13 @@ struct SampleKernels {
   Saturate subtract;
   std::array<MarkByImage, kRelationCount> mark_by_image;
   std::array<MarkByConstant, kRelationCount> mark_by_constant;
+  std::array<CombineConstant, kCombinationCount> combine_constant;
+  std::array<CombineImages, kCombinationCount> combine_images;
+  Root root;
+  // These three take rows without a tail.
+  Accumulate add_to_sums;
+  Accumulate subtract_from_sums;
+  Means means;
 };
 
 struct RowKernels {

@@ -207,6 +207,73 @@ struct SaturatedDifference {
   }
 };
 
+struct BitwiseAnd {
+  static auto Vector(auto a, auto b) { return And(a, b); }
+  template <class Sample>
+  static Sample Scalar(Sample a, Sample b) {
+    return static_cast<Sample>(a & b);
+  }
+};
+
+struct BitwiseOr {
+  static auto Vector(auto a, auto b) { return Or(a, b); }
+  template <class Sample>
+  static Sample Scalar(Sample a, Sample b) {
+    return static_cast<Sample>(a | b);
+  }
+};
+
+struct BitwiseXor {
+  static auto Vector(auto a, auto b) { return Xor(a, b); }
+  template <class Sample>
+  static Sample Scalar(Sample a, Sample b) {
+    return static_cast<Sample>(a ^ b);
+  }
+};
+
+struct Maximum {
+  static auto Vector(auto a, auto b) { return Larger(a, b); }
+  template <class Sample>
+  static Sample Scalar(Sample a, Sample b) {
+    return a > b ? a : b;
+  }
+};
+
+struct Minimum {
+  static auto Vector(auto a, auto b) { return Smaller(a, b); }
+  template <class Sample>
+  static Sample Scalar(Sample a, Sample b) {
+    return a < b ? a : b;
+  }
+};
+
+// One of the two saturated differences is 0.
+struct AbsoluteDifference {
+  static auto Vector(auto a, auto b) {
+    return Or(SubtractSaturated(a, b), SubtractSaturated(b, a));
+  }
+  template <class Sample>
+  static Sample Scalar(Sample a, Sample b) {
+    return static_cast<Sample>(a > b ? a - b : b - a);
+  }
+};
+
+// To the nearest integer, ties to even: the mean rounded up, less 1 where that has made an odd
+// integer of a half.
+struct Mean {
+  static auto Vector(auto a, auto b, auto one) {
+    const auto up = MeanRoundedUp(a, b);
+    return SubtractSaturated(up, And(And(Xor(a, b), up), one));
+  }
+  static Bytes Vector(Bytes a, Bytes b) { return Vector(a, b, Set(std::uint8_t{1})); }
+  static Words Vector(Words a, Words b) { return Vector(a, b, Set(std::uint16_t{1})); }
+  template <class Sample>
+  static Sample Scalar(Sample a, Sample b) {
+    const int below = (a + b) / 2;
+    return static_cast<Sample>(below + ((a + b) & below & 1));
+  }
+};
+
 // An integer formula whose second operand is the same everywhere.
 template <class Sample, class Formula>
 struct WithOperand {
@@ -215,6 +282,27 @@ struct WithOperand {
 
   auto Vector(auto s) const { return Formula::Vector(s, operand_lanes); }
   Sample Scalar(Sample s) const { return Formula::Scalar(s, operand); }
+};
+
+// To the nearest integer; no root of an integer lies halfway between two.
+template <class Sample>
+struct Root {
+  Floats bias_lanes = Set(kNoShift);
+
+  static auto Part(Floats s) { return ToNearest(SquareRoot(s)); }
+  Bytes Vector(Bytes s) const {
+    const BytesAsFloats w = Widen(s, bias_lanes);
+    return Narrow(Part(w.part[0]), Part(w.part[1]), Part(w.part[2]), Part(w.part[3]));
+  }
+  Words Vector(Words s) const {
+    const WordsAsFloats w = Widen(s, bias_lanes);
+    return Narrow(Part(w.part[0]), Part(w.part[1]));
+  }
+  Sample Scalar(Sample s) const {
+    Sample lanes[kLanes<Sample>];
+    Store(lanes, Vector(Set(s)));
+    return lanes[0];
+  }
 };
 
 template <class Sample>
@@ -294,6 +382,93 @@ inline void Walk(const Formula& f, Extent extent, Rows<Sample> dst, Inputs... sr
     WalkRows<false>(f, extent, dst, src...);
   }
 }
+
+// As Walk, for rows that are blocks throughout and formulas that have a vector form only.
+template <class Formula, class Sample, class... Inputs>
+inline void WalkBlocksOnly(const Formula& f, Extent extent, Rows<Sample> dst, Inputs... src) {
+  for (std::ptrdiff_t row = 0; row < extent.rows; ++row) {
+    WalkBlocks<false>(f, extent.blocks, dst[row], src[row]...);
+  }
+}
+
+// Samples to be loaded as one vector of floats.
+template <class Sample>
+struct AsFloats {
+  const Sample* samples;
+
+  AsFloats operator+(std::ptrdiff_t i) const { return {samples + i}; }
+};
+
+template <class Sample>
+inline Floats Load(AsFloats<Sample> p) {
+  return LoadWidened(p.samples);
+}
+
+template <class Sample>
+inline Floats LoadPartial(AsFloats<Sample> p, std::ptrdiff_t count) {
+  Sample lanes[kLanes<float>] = {};
+  std::memcpy(lanes, p.samples, static_cast<std::size_t>(count) * sizeof(Sample));
+  return LoadWidened(lanes);
+}
+
+template <class Sample>
+struct RowsAsFloats {
+  Rows<const Sample> rows;
+
+  AsFloats<Sample> operator[](std::ptrdiff_t row) const { return {rows[row]}; }
+};
+
+// Floats to be loaded as many at a time as a vector has samples.
+template <class Sample>
+struct FloatsPerSample {
+  const float* floats;
+
+  FloatsPerSample operator+(std::ptrdiff_t i) const { return {floats + i}; }
+};
+
+inline BytesAsFloats Load(FloatsPerSample<std::uint8_t> p) {
+  constexpr std::ptrdiff_t kStep = kLanes<float>;
+  return {{Load(p.floats), Load(p.floats + kStep), Load(p.floats + 2 * kStep),
+           Load(p.floats + 3 * kStep)}};
+}
+
+inline WordsAsFloats Load(FloatsPerSample<std::uint16_t> p) {
+  return {{Load(p.floats), Load(p.floats + kLanes<float>)}};
+}
+
+template <class Sample>
+inline auto LoadPartial(FloatsPerSample<Sample> p, std::ptrdiff_t count) {
+  float lanes[kLanes<Sample>] = {};
+  std::memcpy(lanes, p.floats, static_cast<std::size_t>(count) * sizeof(float));
+  return Load(FloatsPerSample<Sample>{lanes});
+}
+
+template <class Sample>
+struct RowsPerSample {
+  Rows<float> rows;
+
+  FloatsPerSample<Sample> operator[](std::ptrdiff_t row) const { return {rows[row]}; }
+};
+
+struct TimesFactor {
+  Floats factor_lanes;
+
+  Floats Vector(Floats s) const { return Multiply(s, factor_lanes); }
+};
+
+// Clamped, and to the nearest integer, ties to even.
+template <class Sample>
+struct Nearest {
+  Floats limit_lanes = Set(kLimit<Sample>);
+
+  auto Part(Floats s) const { return ToNearest(Min(limit_lanes, s)); }
+  Bytes Vector(const BytesAsFloats& s) const {
+    return InOrder(Narrow(Part(s.part[0]), Part(s.part[1]), Part(s.part[2]), Part(s.part[3])));
+  }
+  Words Vector(const WordsAsFloats& s) const {
+    return InOrder(Narrow(Part(s.part[0]), Part(s.part[1])));
+  }
+};
 
 #if defined(KELRA_HAS_BYTE_TABLE)
 
@@ -435,6 +610,27 @@ void MarkByConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, Sam
   WalkBehindFirst(MarkedAgainst<Sample, kRelation>{{mark}, constant}, extent, dst, src);
 }
 
+template <class Sample, class Formula>
+void OfSampleAndConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, Sample constant) {
+  Walk(WithOperand<Sample, Formula>{constant}, extent, dst, src);
+}
+
+template <class Sample>
+void SquareRoots(Rows<const Sample> src, Rows<Sample> dst, Extent extent) {
+  WalkOneInput(Root<Sample>{}, extent, dst, src);
+}
+
+template <class Sample, class Term>
+void Accumulate(Rows<const Sample> src, Rows<float> sums, Extent extent) {
+  WalkBlocksOnly(Term{}, extent, sums, sums, RowsAsFloats<Sample>{src});
+}
+
+template <class Sample>
+void Means(Rows<float> sums, Rows<Sample> dst, Extent extent, float factor) {
+  WalkBlocksOnly(TimesFactor{Set(factor)}, extent, sums, sums);
+  WalkBlocksOnly(Nearest<Sample>{}, extent, dst, RowsPerSample<Sample>{sums});
+}
+
 template <class Sample>
 inline constexpr SampleKernels<Sample> kSampleKernels = {
     .with_constant = {WithConstant<Sample, PlusConstant, NearestInBlocks>,
@@ -454,4 +650,17 @@ inline constexpr SampleKernels<Sample> kSampleKernels = {
     .mark_by_constant = {MarkByConstant<Sample, kEqual>, MarkByConstant<Sample, kGreater>,
                          MarkByConstant<Sample, kGreaterOrEqual>, MarkByConstant<Sample, kLess>,
                          MarkByConstant<Sample, kLessOrEqual>, MarkByConstant<Sample, kNotEqual>},
+    .combine_constant = {OfSampleAndConstant<Sample, BitwiseAnd>,
+                         OfSampleAndConstant<Sample, BitwiseOr>,
+                         OfSampleAndConstant<Sample, BitwiseXor>,
+                         OfSampleAndConstant<Sample, Maximum>, OfSampleAndConstant<Sample, Minimum>,
+                         OfSampleAndConstant<Sample, AbsoluteDifference>,
+                         OfSampleAndConstant<Sample, Mean>},
+    .combine_images = {OfBoth<Sample, BitwiseAnd>, OfBoth<Sample, BitwiseOr>,
+                       OfBoth<Sample, BitwiseXor>, OfBoth<Sample, Maximum>, OfBoth<Sample, Minimum>,
+                       OfBoth<Sample, AbsoluteDifference>, OfBoth<Sample, Mean>},
+    .root = SquareRoots<Sample>,
+    .add_to_sums = Accumulate<Sample, Sum>,
+    .subtract_from_sums = Accumulate<Sample, Difference>,
+    .means = Means<Sample>,
 };

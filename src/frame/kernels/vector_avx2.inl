@@ -16,12 +16,14 @@ struct Floats {
 inline Bytes Load(const std::uint8_t* p) {
   return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))};
 }
+inline Floats Load(const float* p) { return {_mm256_loadu_ps(p)}; }
 inline Words Load(const std::uint16_t* p) {
   return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))};
 }
 inline void Store(std::uint8_t* p, Bytes a) {
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), a.v);
 }
+inline void Store(float* p, Floats a) { _mm256_storeu_ps(p, a.v); }
 inline void Store(std::uint16_t* p, Words a) {
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), a.v);
 }
@@ -59,10 +61,31 @@ inline Words Select(Words where, Words a, Words b) {
   return {_mm256_blendv_epi8(b.v, a.v, where.v)};
 }
 
+// Bytes and words alike.
+template <class Vector>
+inline Vector And(Vector a, Vector b) {
+  return {_mm256_and_si256(a.v, b.v)};
+}
+template <class Vector>
+inline Vector Or(Vector a, Vector b) {
+  return {_mm256_or_si256(a.v, b.v)};
+}
+template <class Vector>
+inline Vector Xor(Vector a, Vector b) {
+  return {_mm256_xor_si256(a.v, b.v)};
+}
+inline Bytes Larger(Bytes a, Bytes b) { return {_mm256_max_epu8(a.v, b.v)}; }
+inline Words Larger(Words a, Words b) { return {_mm256_max_epu16(a.v, b.v)}; }
+inline Bytes Smaller(Bytes a, Bytes b) { return {_mm256_min_epu8(a.v, b.v)}; }
+inline Words Smaller(Words a, Words b) { return {_mm256_min_epu16(a.v, b.v)}; }
+inline Bytes MeanRoundedUp(Bytes a, Bytes b) { return {_mm256_avg_epu8(a.v, b.v)}; }
+inline Words MeanRoundedUp(Words a, Words b) { return {_mm256_avg_epu16(a.v, b.v)}; }
+
 inline Floats Add(Floats a, Floats b) { return {_mm256_add_ps(a.v, b.v)}; }
 inline Floats Subtract(Floats a, Floats b) { return {_mm256_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm256_mul_ps(a.v, b.v)}; }
 inline Floats Divide(Floats a, Floats b) { return {_mm256_div_ps(a.v, b.v)}; }
+inline Floats SquareRoot(Floats a) { return {_mm256_sqrt_ps(a.v)}; }
 // The second operand where either is NaN.
 inline Floats Min(Floats a, Floats b) { return {_mm256_min_ps(a.v, b.v)}; }
 inline Floats ZeroWhereZero(Floats a, Floats b) {
@@ -103,6 +126,21 @@ inline BytesAsFloats Widen(Bytes a, Floats bias) {
 inline Words Narrow(__m256i a, __m256i b) { return {_mm256_packus_epi32(a, b)}; }
 inline Bytes Narrow(__m256i a, __m256i b, __m256i c, __m256i d) {
   return {_mm256_packus_epi16(_mm256_packs_epi32(a, b), _mm256_packs_epi32(c, d))};
+}
+// Narrow undoes the lanes of Widen; this makes them those of floats that followed each other.
+inline Bytes InOrder(Bytes a) {
+  return {_mm256_permutevar8x32_epi32(a.v, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7))};
+}
+inline Words InOrder(Words a) { return {_mm256_permute4x64_epi64(a.v, 0xD8)}; }
+
+// As many samples as a vector has floats, in their order.
+inline Floats LoadWidened(const std::uint8_t* p) {
+  return {_mm256_cvtepi32_ps(
+      _mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))))};
+}
+inline Floats LoadWidened(const std::uint16_t* p) {
+  return {_mm256_cvtepi32_ps(
+      _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))))};
 }
 
 // Divides whole numbers below 2^16 by each other, to the bit as a division does and several times

@@ -16,12 +16,14 @@ struct Floats {
 inline Bytes Load(const std::uint8_t* p) {
   return {_mm512_loadu_si512(reinterpret_cast<const __m512i*>(p))};
 }
+inline Floats Load(const float* p) { return {_mm512_loadu_ps(p)}; }
 inline Words Load(const std::uint16_t* p) {
   return {_mm512_loadu_si512(reinterpret_cast<const __m512i*>(p))};
 }
 inline void Store(std::uint8_t* p, Bytes a) {
   _mm512_storeu_si512(reinterpret_cast<__m512i*>(p), a.v);
 }
+inline void Store(float* p, Floats a) { _mm512_storeu_ps(p, a.v); }
 inline void Store(std::uint16_t* p, Words a) {
   _mm512_storeu_si512(reinterpret_cast<__m512i*>(p), a.v);
 }
@@ -55,10 +57,31 @@ inline Words Select(__mmask32 where, Words a, Words b) {
   return {_mm512_mask_blend_epi16(where, b.v, a.v)};
 }
 
+// Bytes and words alike.
+template <class Vector>
+inline Vector And(Vector a, Vector b) {
+  return {_mm512_and_si512(a.v, b.v)};
+}
+template <class Vector>
+inline Vector Or(Vector a, Vector b) {
+  return {_mm512_or_si512(a.v, b.v)};
+}
+template <class Vector>
+inline Vector Xor(Vector a, Vector b) {
+  return {_mm512_xor_si512(a.v, b.v)};
+}
+inline Bytes Larger(Bytes a, Bytes b) { return {_mm512_max_epu8(a.v, b.v)}; }
+inline Words Larger(Words a, Words b) { return {_mm512_max_epu16(a.v, b.v)}; }
+inline Bytes Smaller(Bytes a, Bytes b) { return {_mm512_min_epu8(a.v, b.v)}; }
+inline Words Smaller(Words a, Words b) { return {_mm512_min_epu16(a.v, b.v)}; }
+inline Bytes MeanRoundedUp(Bytes a, Bytes b) { return {_mm512_avg_epu8(a.v, b.v)}; }
+inline Words MeanRoundedUp(Words a, Words b) { return {_mm512_avg_epu16(a.v, b.v)}; }
+
 inline Floats Add(Floats a, Floats b) { return {_mm512_add_ps(a.v, b.v)}; }
 inline Floats Subtract(Floats a, Floats b) { return {_mm512_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm512_mul_ps(a.v, b.v)}; }
 inline Floats Divide(Floats a, Floats b) { return {_mm512_div_ps(a.v, b.v)}; }
+inline Floats SquareRoot(Floats a) { return {_mm512_sqrt_ps(a.v)}; }
 // The second operand where either is NaN.
 inline Floats Min(Floats a, Floats b) { return {_mm512_min_ps(a.v, b.v)}; }
 inline Floats ZeroWhereZero(Floats a, Floats b) {
@@ -99,6 +122,24 @@ inline BytesAsFloats Widen(Bytes a, Floats bias) {
 inline Words Narrow(__m512i a, __m512i b) { return {_mm512_packus_epi32(a, b)}; }
 inline Bytes Narrow(__m512i a, __m512i b, __m512i c, __m512i d) {
   return {_mm512_packus_epi16(_mm512_packs_epi32(a, b), _mm512_packs_epi32(c, d))};
+}
+// Narrow undoes the lanes of Widen; this makes them those of floats that followed each other.
+inline Bytes InOrder(Bytes a) {
+  return {_mm512_permutexvar_epi32(
+      _mm512_setr_epi32(0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15), a.v)};
+}
+inline Words InOrder(Words a) {
+  return {_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), a.v)};
+}
+
+// As many samples as a vector has floats, in their order.
+inline Floats LoadWidened(const std::uint8_t* p) {
+  return {_mm512_cvtepi32_ps(
+      _mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))))};
+}
+inline Floats LoadWidened(const std::uint16_t* p) {
+  return {_mm512_cvtepi32_ps(
+      _mm512_cvtepu16_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))))};
 }
 
 // Divides whole numbers below 2^16 by each other, to the bit as a division does and several times

@@ -16,12 +16,14 @@ struct Floats {
 inline Bytes Load(const std::uint8_t* p) {
   return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))};
 }
+inline Floats Load(const float* p) { return {_mm_loadu_ps(p)}; }
 inline Words Load(const std::uint16_t* p) {
   return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))};
 }
 inline void Store(std::uint8_t* p, Bytes a) {
   _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.v);
 }
+inline void Store(float* p, Floats a) { _mm_storeu_ps(p, a.v); }
 inline void Store(std::uint16_t* p, Words a) {
   _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.v);
 }
@@ -51,10 +53,31 @@ inline Words AtLeast(Words a, Words b) { return {_mm_cmpeq_epi16(_mm_max_epu16(a
 inline Bytes Select(Bytes where, Bytes a, Bytes b) { return {_mm_blendv_epi8(b.v, a.v, where.v)}; }
 inline Words Select(Words where, Words a, Words b) { return {_mm_blendv_epi8(b.v, a.v, where.v)}; }
 
+// Bytes and words alike.
+template <class Vector>
+inline Vector And(Vector a, Vector b) {
+  return {_mm_and_si128(a.v, b.v)};
+}
+template <class Vector>
+inline Vector Or(Vector a, Vector b) {
+  return {_mm_or_si128(a.v, b.v)};
+}
+template <class Vector>
+inline Vector Xor(Vector a, Vector b) {
+  return {_mm_xor_si128(a.v, b.v)};
+}
+inline Bytes Larger(Bytes a, Bytes b) { return {_mm_max_epu8(a.v, b.v)}; }
+inline Words Larger(Words a, Words b) { return {_mm_max_epu16(a.v, b.v)}; }
+inline Bytes Smaller(Bytes a, Bytes b) { return {_mm_min_epu8(a.v, b.v)}; }
+inline Words Smaller(Words a, Words b) { return {_mm_min_epu16(a.v, b.v)}; }
+inline Bytes MeanRoundedUp(Bytes a, Bytes b) { return {_mm_avg_epu8(a.v, b.v)}; }
+inline Words MeanRoundedUp(Words a, Words b) { return {_mm_avg_epu16(a.v, b.v)}; }
+
 inline Floats Add(Floats a, Floats b) { return {_mm_add_ps(a.v, b.v)}; }
 inline Floats Subtract(Floats a, Floats b) { return {_mm_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm_mul_ps(a.v, b.v)}; }
 inline Floats Divide(Floats a, Floats b) { return {_mm_div_ps(a.v, b.v)}; }
+inline Floats SquareRoot(Floats a) { return {_mm_sqrt_ps(a.v)}; }
 // The second operand where either is NaN.
 inline Floats Min(Floats a, Floats b) { return {_mm_min_ps(a.v, b.v)}; }
 inline Floats ZeroWhereZero(Floats a, Floats b) {
@@ -93,6 +116,20 @@ inline BytesAsFloats Widen(Bytes a, Floats bias) {
 inline Words Narrow(__m128i a, __m128i b) { return {_mm_packus_epi32(a, b)}; }
 inline Bytes Narrow(__m128i a, __m128i b, __m128i c, __m128i d) {
   return {_mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d))};
+}
+// Narrow undoes the lanes of Widen; this makes them those of floats that followed each other.
+inline Bytes InOrder(Bytes a) { return a; }
+inline Words InOrder(Words a) { return a; }
+
+// As many samples as a vector has floats, in their order.
+inline Floats LoadWidened(const std::uint8_t* p) {
+  int four;
+  std::memcpy(&four, p, sizeof(four));
+  return {_mm_cvtepi32_ps(_mm_cvtepu8_epi32(_mm_cvtsi32_si128(four)))};
+}
+inline Floats LoadWidened(const std::uint16_t* p) {
+  return {
+      _mm_cvtepi32_ps(_mm_cvtepu16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))))};
 }
 
 struct Divisor {

@@ -1,0 +1,78 @@
+#include "frame/samplewise.h"
+
+#include <cstdint>
+
+#include "frame/result_matrix.h"
+#include "frame/row_views.h"
+
+namespace KELRA {
+namespace {
+
+using tbbup::BlocksOnly;
+using tbbup::Optimized;
+using tbbup::PixelBytes;
+using tbbup::RowsOf;
+
+// Calls `work` with a sample of the depth.
+template <class Work>
+void ForDepth(int depth, Work work) {
+  if (depth == CV_8U) {
+    work(std::uint8_t{});
+  } else {
+    work(std::uint16_t{});
+  }
+}
+
+// Calls `work(input, result)` to fill the result of one input.
+template <class Work>
+void WriteResult(const KelImage& src, KelImage* dst, Work work) {
+  cv::Mat fresh;
+  cv::Mat& result = ResultMatrix(dst, src.Mat().size(), src.Mat().type(), &fresh);
+  cv::Mat copy;
+  work(InputToReadWhileWriting(result, src.Mat(), &copy), result);
+  AssignResult(result, dst);
+}
+
+}  // namespace
+
+void CombineWithConstant(const KelImage& src, KelImage* dst, kernels::Combination operation,
+                         int constant) {
+  WriteResult(src, dst, [&](const cv::Mat& input, cv::Mat& result) {
+    ForDepth(input.depth(), [&]<class Sample>(Sample) {
+      const auto kernel = kernels::ActiveRowKernels().For<Sample>().combine_constant[operation];
+      ForEachRowRange(input.rows, 2 * PixelBytes(input), [&](const RowRange& rows) {
+        kernel(RowsOf<const Sample>(input, rows), RowsOf<Sample>(result, rows),
+               Optimized(BlocksOnly(input, rows), result, input), static_cast<Sample>(constant));
+      });
+    });
+  });
+}
+
+void CombineImages(const KelImage& first, const KelImage& second, KelImage* dst,
+                   kernels::Combination operation) {
+  WriteResult(first, dst, [&](const cv::Mat& a, cv::Mat& result) {
+    cv::Mat copy;
+    const cv::Mat& b = InputToReadWhileWriting(result, second.Mat(), &copy);
+    ForDepth(a.depth(), [&]<class Sample>(Sample) {
+      const auto kernel = kernels::ActiveRowKernels().For<Sample>().combine_images[operation];
+      ForEachRowRange(a.rows, 3 * PixelBytes(a), [&](const RowRange& rows) {
+        kernel(RowsOf<const Sample>(a, rows), RowsOf<const Sample>(b, rows),
+               RowsOf<Sample>(result, rows), Optimized(BlocksOnly(a, rows), result, a, b));
+      });
+    });
+  });
+}
+
+void TakeSquareRoot(const KelImage& src, KelImage* dst) {
+  WriteResult(src, dst, [&](const cv::Mat& input, cv::Mat& result) {
+    ForDepth(input.depth(), [&]<class Sample>(Sample) {
+      const auto kernel = kernels::ActiveRowKernels().For<Sample>().root;
+      ForEachRowRange(input.rows, 2 * PixelBytes(input), [&](const RowRange& rows) {
+        kernel(RowsOf<const Sample>(input, rows), RowsOf<Sample>(result, rows),
+               Optimized(BlocksOnly(input, rows), result, input));
+      });
+    });
+  });
+}
+
+}  // namespace KELRA

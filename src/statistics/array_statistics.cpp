@@ -1,0 +1,178 @@
+// PixelMax, PixelMin, PixelAverage.
+
+#include <algorithm>
+#include <vector>
+
+#include "KELRA/KelImageOperation.h"
+#include "frame/call_log.h"
+#include "frame/checks.h"
+#include "frame/load_time_state.h"
+#include "frame/result_matrix.h"
+#include "statistics/array_reduction.h"
+
+namespace KELRA {
+namespace {
+
+Status CheckFirst(const KelImageArray& images) {
+  if (images.Length() < 1) {
+    return ERR_COUNT_LIMIT;
+  }
+  return CheckNotEmpty(images[0]);
+}
+
+// What the images behind the first must have in common with it.
+Status CheckAlike(const KelImageArray& images) {
+  for (int i = 1; i < images.Length(); ++i) {
+    KELRA_RETURN_IF_ERROR(CheckSameDepth(images[i], images[0]));
+    KELRA_RETURN_IF_ERROR(CheckSameSize(images[i], images[0]));
+    KELRA_RETURN_IF_ERROR(CheckSameChannels(images[i], images[0]));
+  }
+  return STATUS_OK;
+}
+
+// The average has codes of its own for it.
+Status CheckAlikeForAverage(const KelImageArray& images) {
+  for (int i = 1; i < images.Length(); ++i) {
+    if (!CheckSameSize(images[i], images[0]).ok()) {
+      return ERR_AVG_SIZE_MISMATCH;
+    }
+    if (!CheckSameDepth(images[i], images[0]).ok()) {
+      return ERR_AVG_DEPTH_MISMATCH;
+    }
+    if (!CheckSameChannels(images[i], images[0]).ok()) {
+      return ERR_AVG_CHANNEL_MISMATCH;
+    }
+  }
+  return STATUS_OK;
+}
+
+std::vector<const cv::Mat*> MatricesOf(const KelImageArray& images) {
+  std::vector<const cv::Mat*> matrices;
+  matrices.reserve(static_cast<std::size_t>(images.Length()));
+  for (int i = 0; i < images.Length(); ++i) {
+    matrices.push_back(&images[i].Mat());
+  }
+  return matrices;
+}
+
+bool SharesPixelsWithAny(const cv::Mat& mat, Images images) {
+  return std::any_of(images.begin(), images.end(),
+                     [&](const cv::Mat* image) { return SharesPixels(mat, *image); });
+}
+
+// The output's own matrix where it fits and is no input; otherwise a new one, made in `fresh`.
+cv::Mat& SeparateResult(KelImage* dst, Images images, cv::Mat* fresh) {
+  const cv::Mat& first = *images.front();
+  cv::Mat& result = ResultMatrix(dst, first.size(), first.type(), fresh);
+  if (!SharesPixelsWithAny(result, images)) {
+    return result;
+  }
+  fresh->create(first.size(), first.type());
+  return *fresh;
+}
+
+// The object's matrix where efficiency mode is on, otherwise null.
+cv::Mat* EfficiencyBuffer(cv::Mat* buffer) {
+  return LoadedSettings().efficiency != 0 ? buffer : nullptr;
+}
+
+bool HasOtherType(const cv::Mat& buffer, const cv::Mat& first) {
+  return buffer.size() == first.size() && buffer.type() != first.type();
+}
+
+// To the type, with its values where the channels allow that and with zeros otherwise.
+void ConvertBuffer(cv::Mat* buffer, cv::Size size, int type) {
+  if (buffer->size() == size && buffer->channels() == CV_MAT_CN(type)) {
+    buffer->convertTo(*buffer, type);
+  } else {
+    *buffer = cv::Mat::zeros(size, type);
+  }
+}
+
+// The extreme of the images in the buffer, which becomes the output's matrix. A maximum counts the
+// buffer's previous values, unless they are those of an input.
+void ReduceInBuffer(Images images, kernels::Combination extreme, cv::Mat* buffer, KelImage* dst) {
+  const cv::Mat& first = *images.front();
+  bool include_previous = extreme == kernels::kMaximum && buffer->size() == first.size();
+  if (SharesPixelsWithAny(*buffer, images)) {
+    buffer->release();
+    include_previous = false;
+  }
+  buffer->create(first.size(), first.type());
+  ReduceToExtreme(images, extreme, include_previous, buffer);
+  dst->Mat() = *buffer;
+}
+
+Status PixelExtreme(KelImageArray& images, KelImage* dst, const LogLines& lines,
+                    kernels::Combination extreme, cv::Mat* buffer) {
+  CallLog log(lines);
+  KELRA_RETURN_IF_ERROR(CheckFirst(images));
+  KELRA_RETURN_IF_ERROR(CheckBitDepth(images[0]));
+  KELRA_RETURN_IF_ERROR(CheckChannels(images[0]));
+  const cv::Mat& first = images[0].Mat();
+  if (buffer != nullptr && extreme == kernels::kMaximum && HasOtherType(*buffer, first)) {
+    // The buffer is made ready for the next call, but this one has no values to begin with.
+    ConvertBuffer(buffer, first.size(), first.type());
+    CV_Error(cv::Error::StsUnmatchedSizes, "The maximum begins with an empty matrix");
+  }
+  KELRA_RETURN_IF_ERROR(CheckAlike(images));
+  KELRA_RETURN_IF_ERROR(CheckOutput(dst));
+
+  const std::vector<const cv::Mat*> matrices = MatricesOf(images);
+  if (buffer != nullptr) {
+    ReduceInBuffer(matrices, extreme, buffer, dst);
+  } else {
+    cv::Mat fresh;
+    cv::Mat& result = SeparateResult(dst, matrices, &fresh);
+    ReduceToExtreme(matrices, extreme, false, &result);
+    AssignResult(result, dst);
+  }
+  log.Exit();
+  return STATUS_OK;
+}
+
+// What the modes 0 to 3 of the average leave out.
+constexpr Trim kTrims[] = {{false, false}, {true, false}, {false, true}, {true, true}};
+constexpr int kFewestImages[] = {1, 2, 2, 3};
+
+}  // namespace
+
+KelLong KelImageOperation::PixelMax(KelImageArray& images, KelImage* dst) {
+  return PixelExtreme(images, dst, log_lines::kPixelMax, kernels::kMaximum,
+                      EfficiencyBuffer(buffer_.get()));
+}
+
+KelLong KelImageOperation::PixelMin(KelImageArray& images, KelImage* dst) {
+  return PixelExtreme(images, dst, log_lines::kPixelMin, kernels::kMinimum,
+                      EfficiencyBuffer(buffer_.get()));
+}
+
+KelLong KelImageOperation::PixelAverage(KelImageArray& images, KelImage* dst, int mode) {
+  CallLog log(log_lines::kPixelAverage);
+  KELRA_RETURN_IF_ERROR(CheckFirst(images));
+  if (mode < 0 || mode > 3) {
+    return ERR_PARAM_2;
+  }
+  KELRA_RETURN_IF_ERROR(CheckBitDepth(images[0]));
+  KELRA_RETURN_IF_ERROR(CheckChannels(images[0]));
+  KELRA_RETURN_IF_ERROR(CheckAlikeForAverage(images));
+  if (images.Length() < kFewestImages[mode]) {
+    return ERR_COUNT_LIMIT;
+  }
+  KELRA_RETURN_IF_ERROR(CheckOutput(dst));
+
+  cv::Mat* sums = EfficiencyBuffer(buffer_.get());
+  if (sums != nullptr) {
+    const cv::Mat& first = images[0].Mat();
+    ConvertBuffer(sums, first.size(), CV_32FC(first.channels()));
+  }
+  const std::vector<const cv::Mat*> matrices = MatricesOf(images);
+  cv::Mat fresh;
+  cv::Mat& result = SeparateResult(dst, matrices, &fresh);
+  ReduceToMean(matrices, kTrims[mode], sums, &result);
+  AssignResult(result, dst);
+  log.Exit();
+  return STATUS_OK;
+}
+
+}  // namespace KELRA
