@@ -3,8 +3,9 @@
 namespace KELRA::tool {
 
 const std::vector<Family>& Families() {
-  static const std::vector<Family> families = {ConstantArithmetic(), TwoImages(), Geometry(),
-                                               Pasting()};
+  static const std::vector<Family> families = {ConstantArithmetic(), TwoImages(), Statistics(),
+                                               Geometry(),           Pasting(),   Creation(),
+                                               PointOperations()};
   return families;
 }
 

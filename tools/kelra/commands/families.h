@@ -20,5 +20,8 @@ Family ConstantArithmetic();
 Family Geometry();
 Family Pasting();
 Family TwoImages();
+Family PointOperations();
+Family Statistics();
+Family Creation();
 
 }  // namespace KELRA::tool
