@@ -125,7 +125,17 @@ TEST_F(Program, EveryCommandComputesItsFormula) {
            {{"subtract-const", "--value", "100", "--scale", "3", "--offset", "5"},
             [](int s) { return (s - 100) * 3 + 5; }},
            {{"multiply-const", "--value", "3", "--offset=-7"}, [](int s) { return s * 3 - 7; }},
-           {{"divide-const", "--value", "2", "--scale", "4"}, [](int s) { return s * 2; }}}) {
+           {{"divide-const", "--value", "2", "--scale", "4"}, [](int s) { return s * 2; }},
+           {{"sqrt"}, [](int s) { return std::round(std::sqrt(s)); }},
+           {{"bit-and-const", "--value", "60"}, [](int s) { return s & 60; }},
+           {{"bit-or-const", "--value", "60"}, [](int s) { return s | 60; }},
+           {{"bit-xor-const", "--value", "60"}, [](int s) { return s ^ 60; }},
+           {{"bit-not"}, [](int s) { return 255 - s; }},
+           {{"max-const", "--value", "100"}, [](int s) { return std::max(s, 100); }},
+           {{"min-const", "--value", "100"}, [](int s) { return std::min(s, 100); }},
+           {{"average-const", "--value", "7"}, [](int s) { return std::nearbyint((s + 7) / 2.0); }},
+           {{"difference-const", "--value", "100"}, [](int s) { return std::abs(s - 100); }},
+           {{"copy"}, [](int s) { return s; }}}) {
     SCOPED_TRACE(c.command.front());
     Texts arguments = c.command;
     arguments.insert(arguments.end(), {in, File("out.png")});
