@@ -49,9 +49,9 @@ cv::Mat UprightPaste(const cv::Mat& canvas, const cv::Mat& image, int x, int y) 
 }
 
 TEST(Paste, PutsTheImageOntoTheCanvasWhichGrowsByZeros) {
-  const KelPoint positions[] = {{0, 0},      {3, 4},        {-10, -5},     {95, 95},  {100, 100},
-                                {-10, 40},   {40, -5},      {-30, -30},    {-0.9, 7}, {7, -0.5},
-                                {12.9, 3.1}, {-10.9, 3.99}, {100.9, 100.9}, {-1, 100},  {-200, 0}};
+  const KelPoint positions[] = {{0, 0},      {3, 4},        {-10, -5},      {95, 95},  {100, 100},
+                                {-10, 40},   {40, -5},      {-30, -30},     {-0.9, 7}, {7, -0.5},
+                                {12.9, 3.1}, {-10.9, 3.99}, {100.9, 100.9}, {-1, 100}, {-200, 0}};
   for (const int type : {CV_8UC1, CV_8UC2, CV_8UC3, CV_8UC4, CV_16UC1, CV_16UC3}) {
     for (const cv::Size size : {cv::Size(20, 20), cv::Size(1, 1), cv::Size(150, 130)}) {
       for (const KelPoint& position : positions) {
