@@ -15,6 +15,28 @@ Sample SaturateTruncated(Float value) {
   return value > 0 ? static_cast<Sample>(value) : Sample{0};
 }
 
+// A table of what each byte becomes.
+template <class Sample, class Formula>
+SampleTable<Sample> TableOf(Formula formula) {
+  SampleTable<Sample> table{};
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    table[i] = formula(static_cast<Sample>(i));
+  }
+  return table;
+}
+
+template <class Sample, int Channels>
+Sample ScaledAndOffset(Sample sample, double scale, double offset) {
+  const double y = sample * scale + offset;
+  return Channels == 1 ? SaturateTruncated<Sample>(y)
+                       : SaturateTruncated<Sample>(static_cast<float>(y));
+}
+
+template <class Sample>
+Sample SumWith(Sample sample, double constant) {
+  return SaturateTruncated<Sample>(sample + constant);
+}
+
 }  // namespace
 
 template <class Sample, int Channels>
@@ -28,7 +50,10 @@ MaskedScaleAndOffset<Sample, Channels>::MaskedScaleAndOffset(cv::Mat* output, co
       rows_(std::min({rows, input.rows, mask.rows})),
       columns_(columns),
       scale_(scale),
-      offset_(offset) {}
+      offset_(offset),
+      table_(TableOf<Sample>([&](Sample sample) {
+        return ScaledAndOffset<Sample, Channels>(sample, scale, offset);
+      })) {}
 
 template <class Sample, int Channels>
 void MaskedScaleAndOffset<Sample, Channels>::operator()(const RowRange& rows) const {
@@ -42,9 +67,11 @@ void MaskedScaleAndOffset<Sample, Channels>::operator()(const RowRange& rows) co
         continue;
       }
       for (int channel = 0; channel < Channels; ++channel) {
-        const double y = src[channel] * scale_ + offset_;
-        dst[channel] = Channels == 1 ? SaturateTruncated<Sample>(y)
-                                     : SaturateTruncated<Sample>(static_cast<float>(y));
+        if constexpr (sizeof(Sample) == 1) {
+          dst[channel] = table_[src[channel]];
+        } else {
+          dst[channel] = ScaledAndOffset<Sample, Channels>(src[channel], scale_, offset_);
+        }
       }
     }
   }
@@ -60,7 +87,8 @@ MaskedSumOrSecond<Sample, Channels>::MaskedSumOrSecond(cv::Mat* output, const cv
       mask_(mask),
       rows_(std::min({rows, input.rows, mask.rows})),
       columns_(columns),
-      constant_(constant) {}
+      constant_(constant),
+      table_(TableOf<Sample>([&](Sample sample) { return SumWith(sample, constant); })) {}
 
 template <class Sample, int Channels>
 void MaskedSumOrSecond<Sample, Channels>::operator()(const RowRange& rows) const {
@@ -72,7 +100,13 @@ void MaskedSumOrSecond<Sample, Channels>::operator()(const RowRange& rows) const
     Sample* dst = output_->ptr<Sample>(row);
     for (int column = 0; column < columns_; ++column) {
       for (int channel = 0; channel < Channels; ++channel, ++src, ++second, ++dst) {
-        *dst = mask[column] != 0 ? SaturateTruncated<Sample>(*src + constant_) : *second;
+        if (mask[column] == 0) {
+          *dst = *second;
+        } else if constexpr (sizeof(Sample) == 1) {
+          *dst = table_[*src];
+        } else {
+          *dst = SumWith(*src, constant_);
+        }
       }
     }
   }

@@ -6,7 +6,7 @@
 #include "KELRA/KelImageOperation.h"
 #include "frame/call_log.h"
 #include "frame/checks.h"
-#include "frame/row_engine.h"
+#include "frame/function_ref.h"
 #include "twoimage/placed_images.h"
 
 namespace KELRA {
@@ -35,16 +35,6 @@ Status Guarded(KelLong failure, FunctionRef<void()> call) {
     return failure;
   }
   return STATUS_OK;
-}
-
-void CombineRows(const Bitwise& operation, const cv::Mat& first, const cv::Mat& second,
-                 cv::Mat* result) {
-  const std::size_t bytes = 3 * first.total() * first.elemSize();
-  ForEachRowRange(first.rows, bytes, [&](const RowRange& range) {
-    const cv::Range rows(range.begin(), range.end());
-    cv::Mat part = result->rowRange(rows);
-    operation.combine(first.rowRange(rows), second.rowRange(rows), part, cv::noArray());
-  });
 }
 
 KelLong PlacedBitwise(const Bitwise& operation, KelImage& image1, KelImage& image2,
@@ -76,7 +66,7 @@ KelLong PlacedBitwise(const Bitwise& operation, KelImage& image1, KelImage& imag
   return Guarded(ERR_BITWISE_EXCEPTION, [&] {
     CombinePlaced(first, second, placement, result,
                   [&](const cv::Mat& a, const cv::Mat& b, cv::Mat* out) {
-                    CombineRows(operation, a, b, out);
+                    operation.combine(a, b, *out, cv::noArray());
                   });
   });
 }

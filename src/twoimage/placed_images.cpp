@@ -59,16 +59,18 @@ void CombinePlaced(const cv::Mat& first, const cv::Mat& second, const Placement&
   cv::Mat& result = ResultMatrix(output, first.size(), first.type(), &fresh);
   cv::Mat first_copy;
   const cv::Mat& base = InputToReadWhileWriting(result, first, &first_copy);
-  if (!placement.on_first.empty()) {
-    cv::Mat covered = result(placement.on_first);
+  const cv::Rect& at = placement.on_first;
+  cv::Mat second_copy;
+  if (at.size() == first.size() && at.size() == second.size()) {
+    combine(base, InputToReadWhileWriting(result, second, &second_copy), &result);
+  } else if (!at.empty()) {
+    cv::Mat covered = result(at);
     const cv::Mat covering = second(placement.OnSecond());
-    cv::Mat second_copy;
-    combine(base(placement.on_first), InputToReadWhileWriting(covered, covering, &second_copy),
-            &covered);
+    combine(base(at), InputToReadWhileWriting(covered, covering, &second_copy), &covered);
   }
   // The rest comes last: it may lie where the second image has been read.
   if (result.data != base.data) {
-    CopyAround(base, placement.on_first, &result);
+    CopyAround(base, at, &result);
   }
   AssignResult(result, output);
 }

@@ -47,9 +47,14 @@ struct DividedByConstant {
   float Scalar(float s) const { return s / constant; }
 };
 
-// Terms of two samples, and the range of their values for samples up to `limit`.
+// Terms of two samples, and the range of their values for samples up to `limit`. Those of bytes
+// that fit 16 bits are formed there, before they are widened to floats; the byte above the first
+// operand keeps them from becoming negative.
 
 struct Sum {
+  static constexpr bool kInWords = true;
+  static constexpr std::uint8_t kAbove = 0;
+  static Words OfWords(Words a, Words b) { return Add(a, b); }
   static Floats Vector(Floats a, Floats b) { return Add(a, b); }
   static float Scalar(float a, float b) { return a + b; }
   static float Lowest(float) { return 0.0F; }
@@ -57,6 +62,9 @@ struct Sum {
 };
 
 struct Difference {
+  static constexpr bool kInWords = true;
+  static constexpr std::uint8_t kAbove = 1;
+  static Words OfWords(Words a, Words b) { return Subtract(a, b); }
   static Floats Vector(Floats a, Floats b) { return Subtract(a, b); }
   static float Scalar(float a, float b) { return a - b; }
   static float Lowest(float limit) { return -limit; }
@@ -64,6 +72,9 @@ struct Difference {
 };
 
 struct Product {
+  static constexpr bool kInWords = true;
+  static constexpr std::uint8_t kAbove = 0;
+  static Words OfWords(Words a, Words b) { return MultiplyLow(a, b); }
   static Floats Vector(Floats a, Floats b) { return Multiply(a, b); }
   static float Scalar(float a, float b) { return a * b; }
   static float Lowest(float) { return 0.0F; }
@@ -71,6 +82,7 @@ struct Product {
 };
 
 struct Quotient {
+  static constexpr bool kInWords = false;
   static Floats Vector(Floats a, Floats b) { return Divide(a, b); }
   static float Scalar(float a, float b) { return a / b; }
   static float Lowest(float) { return 0.0F; }
@@ -166,11 +178,23 @@ struct OfImages {
     // A quotient by 0 is 0, whatever the offset.
     return Rounding::Convert(std::is_same_v<Term, Quotient> ? ZeroWhereZero(y, b) : y);
   }
+  WordsAsFloats TermInWords(Words a, Words b) const {
+    return Widen(Term::OfWords(a, b), Set(kNoShift + 256.0F * Term::kAbove));
+  }
   Bytes Vector(Bytes a, Bytes b) const {
-    const BytesAsFloats v = Widen(a, bias_lanes);
-    const BytesAsFloats w = Widen(b, bias_lanes);
-    return Narrow(Part(v.part[0], w.part[0]), Part(v.part[1], w.part[1]),
-                  Part(v.part[2], w.part[2]), Part(v.part[3], w.part[3]));
+    if constexpr (Term::kInWords) {
+      const BytesAsWords v = Widen(a, Set(Term::kAbove));
+      const BytesAsWords w = Widen(b, Set(std::uint8_t{0}));
+      const WordsAsFloats low = TermInWords(v.part[0], w.part[0]);
+      const WordsAsFloats high = TermInWords(v.part[1], w.part[1]);
+      return Narrow(finish.Vector(low.part[0]), finish.Vector(low.part[1]),
+                    finish.Vector(high.part[0]), finish.Vector(high.part[1]));
+    } else {
+      const BytesAsFloats v = Widen(a, bias_lanes);
+      const BytesAsFloats w = Widen(b, bias_lanes);
+      return Narrow(Part(v.part[0], w.part[0]), Part(v.part[1], w.part[1]),
+                    Part(v.part[2], w.part[2]), Part(v.part[3], w.part[3]));
+    }
   }
   Words Vector(Words a, Words b) const {
     const WordsAsFloats v = Widen(a, bias_lanes);

@@ -81,6 +81,11 @@ inline Words Smaller(Words a, Words b) { return {_mm256_min_epu16(a.v, b.v)}; }
 inline Bytes MeanRoundedUp(Bytes a, Bytes b) { return {_mm256_avg_epu8(a.v, b.v)}; }
 inline Words MeanRoundedUp(Words a, Words b) { return {_mm256_avg_epu16(a.v, b.v)}; }
 
+// Modulo 2^16.
+inline Words Add(Words a, Words b) { return {_mm256_add_epi16(a.v, b.v)}; }
+inline Words Subtract(Words a, Words b) { return {_mm256_sub_epi16(a.v, b.v)}; }
+inline Words MultiplyLow(Words a, Words b) { return {_mm256_mullo_epi16(a.v, b.v)}; }
+
 inline Floats Add(Floats a, Floats b) { return {_mm256_add_ps(a.v, b.v)}; }
 inline Floats Subtract(Floats a, Floats b) { return {_mm256_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm256_mul_ps(a.v, b.v)}; }
@@ -96,6 +101,9 @@ inline __m256i ToNearest(Floats a) { return _mm256_cvtps_epi32(a.v); }
 inline __m256i Truncate(Floats a) { return _mm256_cvttps_epi32(a.v); }
 
 // The lanes of the parts are those of unpacking; Narrow undoes them.
+struct BytesAsWords {
+  Words part[2];
+};
 struct BytesAsFloats {
   Floats part[4];
 };
@@ -103,6 +111,10 @@ struct WordsAsFloats {
   Floats part[2];
 };
 
+// Bytes as words, with another byte above each.
+inline BytesAsWords Widen(Bytes a, Bytes above) {
+  return {{{_mm256_unpacklo_epi8(a.v, above.v)}, {_mm256_unpackhi_epi8(a.v, above.v)}}};
+}
 // Samples as floats, less `bias`, plus 2^23. Behind the upper half of 2^23's bits a sample reads as
 // 2^23 plus the sample, so the one subtraction both converts and shifts, exactly while the result
 // is below 2^23.
@@ -115,9 +127,9 @@ inline WordsAsFloats Widen(Words a, Floats bias) {
   return {{{_mm256_fmsub_ps(low.v, one, bias.v)}, {_mm256_fmsub_ps(high.v, one, bias.v)}}};
 }
 inline BytesAsFloats Widen(Bytes a, Floats bias) {
-  const __m256i zero = _mm256_setzero_si256();
-  const WordsAsFloats low = Widen(Words{_mm256_unpacklo_epi8(a.v, zero)}, bias);
-  const WordsAsFloats high = Widen(Words{_mm256_unpackhi_epi8(a.v, zero)}, bias);
+  const BytesAsWords words = Widen(a, Bytes{_mm256_setzero_si256()});
+  const WordsAsFloats low = Widen(words.part[0], bias);
+  const WordsAsFloats high = Widen(words.part[1], bias);
   return {{low.part[0], low.part[1], high.part[0], high.part[1]}};
 }
 

@@ -28,6 +28,20 @@ inline void Store(std::uint16_t* p, Words a) {
   _mm512_storeu_si512(reinterpret_cast<__m512i*>(p), a.v);
 }
 
+// The first `count` samples, fewer than a vector holds; 0 behind them.
+inline Bytes LoadPartial(const std::uint8_t* p, std::ptrdiff_t count) {
+  return {_mm512_maskz_loadu_epi8((__mmask64{1} << count) - 1, p)};
+}
+inline Words LoadPartial(const std::uint16_t* p, std::ptrdiff_t count) {
+  return {_mm512_maskz_loadu_epi16((__mmask32{1} << count) - 1, p)};
+}
+inline void StorePartial(std::uint8_t* p, Bytes a, std::ptrdiff_t count) {
+  _mm512_mask_storeu_epi8(p, (__mmask64{1} << count) - 1, a.v);
+}
+inline void StorePartial(std::uint16_t* p, Words a, std::ptrdiff_t count) {
+  _mm512_mask_storeu_epi16(p, (__mmask32{1} << count) - 1, a.v);
+}
+
 // Past the caches; the address must be a multiple of the vector's size.
 inline void Stream(std::uint8_t* p, Bytes a) {
   _mm512_stream_si512(reinterpret_cast<__m512i*>(p), a.v);
@@ -77,6 +91,11 @@ inline Words Smaller(Words a, Words b) { return {_mm512_min_epu16(a.v, b.v)}; }
 inline Bytes MeanRoundedUp(Bytes a, Bytes b) { return {_mm512_avg_epu8(a.v, b.v)}; }
 inline Words MeanRoundedUp(Words a, Words b) { return {_mm512_avg_epu16(a.v, b.v)}; }
 
+// Modulo 2^16.
+inline Words Add(Words a, Words b) { return {_mm512_add_epi16(a.v, b.v)}; }
+inline Words Subtract(Words a, Words b) { return {_mm512_sub_epi16(a.v, b.v)}; }
+inline Words MultiplyLow(Words a, Words b) { return {_mm512_mullo_epi16(a.v, b.v)}; }
+
 inline Floats Add(Floats a, Floats b) { return {_mm512_add_ps(a.v, b.v)}; }
 inline Floats Subtract(Floats a, Floats b) { return {_mm512_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm512_mul_ps(a.v, b.v)}; }
@@ -92,6 +111,9 @@ inline __m512i ToNearest(Floats a) { return _mm512_cvtps_epi32(a.v); }
 inline __m512i Truncate(Floats a) { return _mm512_cvttps_epi32(a.v); }
 
 // The lanes of the parts are those of unpacking; Narrow undoes them.
+struct BytesAsWords {
+  Words part[2];
+};
 struct BytesAsFloats {
   Floats part[4];
 };
@@ -99,6 +121,10 @@ struct WordsAsFloats {
   Floats part[2];
 };
 
+// Bytes as words, with another byte above each.
+inline BytesAsWords Widen(Bytes a, Bytes above) {
+  return {{{_mm512_unpacklo_epi8(a.v, above.v)}, {_mm512_unpackhi_epi8(a.v, above.v)}}};
+}
 // Samples as floats, less `bias`, plus 2^23. Behind the upper half of 2^23's bits a sample reads as
 // 2^23 plus the sample, so the one subtraction both converts and shifts, exactly while the result
 // is below 2^23.
@@ -111,9 +137,9 @@ inline WordsAsFloats Widen(Words a, Floats bias) {
   return {{{_mm512_fmsub_ps(low.v, one, bias.v)}, {_mm512_fmsub_ps(high.v, one, bias.v)}}};
 }
 inline BytesAsFloats Widen(Bytes a, Floats bias) {
-  const __m512i zero = _mm512_setzero_si512();
-  const WordsAsFloats low = Widen(Words{_mm512_unpacklo_epi8(a.v, zero)}, bias);
-  const WordsAsFloats high = Widen(Words{_mm512_unpackhi_epi8(a.v, zero)}, bias);
+  const BytesAsWords words = Widen(a, Bytes{_mm512_setzero_si512()});
+  const WordsAsFloats low = Widen(words.part[0], bias);
+  const WordsAsFloats high = Widen(words.part[1], bias);
   return {{low.part[0], low.part[1], high.part[0], high.part[1]}};
 }
 

@@ -73,6 +73,11 @@ inline Words Smaller(Words a, Words b) { return {_mm_min_epu16(a.v, b.v)}; }
 inline Bytes MeanRoundedUp(Bytes a, Bytes b) { return {_mm_avg_epu8(a.v, b.v)}; }
 inline Words MeanRoundedUp(Words a, Words b) { return {_mm_avg_epu16(a.v, b.v)}; }
 
+// Modulo 2^16.
+inline Words Add(Words a, Words b) { return {_mm_add_epi16(a.v, b.v)}; }
+inline Words Subtract(Words a, Words b) { return {_mm_sub_epi16(a.v, b.v)}; }
+inline Words MultiplyLow(Words a, Words b) { return {_mm_mullo_epi16(a.v, b.v)}; }
+
 inline Floats Add(Floats a, Floats b) { return {_mm_add_ps(a.v, b.v)}; }
 inline Floats Subtract(Floats a, Floats b) { return {_mm_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm_mul_ps(a.v, b.v)}; }
@@ -88,6 +93,9 @@ inline __m128i ToNearest(Floats a) { return _mm_cvtps_epi32(a.v); }
 inline __m128i Truncate(Floats a) { return _mm_cvttps_epi32(a.v); }
 
 // The lanes of the parts are those of unpacking; Narrow undoes them.
+struct BytesAsWords {
+  Words part[2];
+};
 struct BytesAsFloats {
   Floats part[4];
 };
@@ -95,6 +103,10 @@ struct WordsAsFloats {
   Floats part[2];
 };
 
+// Bytes as words, with another byte above each.
+inline BytesAsWords Widen(Bytes a, Bytes above) {
+  return {{{_mm_unpacklo_epi8(a.v, above.v)}, {_mm_unpackhi_epi8(a.v, above.v)}}};
+}
 // Samples as floats, less `bias`, plus 2^23. Behind the upper half of 2^23's bits a sample reads as
 // 2^23 plus the sample, so the one subtraction both converts and shifts, exactly while the result
 // is below 2^23.
@@ -105,9 +117,9 @@ inline WordsAsFloats Widen(Words a, Floats bias) {
   return {{Subtract(low, bias), Subtract(high, bias)}};
 }
 inline BytesAsFloats Widen(Bytes a, Floats bias) {
-  const __m128i zero = _mm_setzero_si128();
-  const WordsAsFloats low = Widen(Words{_mm_unpacklo_epi8(a.v, zero)}, bias);
-  const WordsAsFloats high = Widen(Words{_mm_unpackhi_epi8(a.v, zero)}, bias);
+  const BytesAsWords words = Widen(a, Bytes{_mm_setzero_si128()});
+  const WordsAsFloats low = Widen(words.part[0], bias);
+  const WordsAsFloats high = Widen(words.part[1], bias);
   return {{low.part[0], low.part[1], high.part[0], high.part[1]}};
 }
 
