@@ -394,6 +394,90 @@ class KELIMAGEOPERATION_API KelImageOperation {
   // The same for a run-length region, on an image of its grid. `dst` receives the region that the
   // result covers; after a failure, what the conversion library makes of an empty image.
   KelLong ImageFill(KelRegion& src, KelROI& roi, bool holesOnly, KelRegion* dst);
+  // *value = the sample of `channel` at (row, column), widened exactly.
+  //
+  // Rows and columns count from 0, channels from 1 in the order of storage. In images of neither 1,
+  // 3 nor 4 channels nothing is read and *value stays as it is; the status is 0. 16-bit images of 4
+  // channels are addressed as if they had 3: the sample read is number 3 * column + channel - 1 of
+  // the row. Statuses in order: ERR_IMAGE_EMPTY, ERR_PARAM_1 (row), ERR_PARAM_2 (column),
+  // ERR_PARAM_3 (channel), ERR_PARAM_4 (`value` is null), ERR_BIT_DEPTH (neither 8- nor 16-bit
+  // unsigned). Throws nothing: ERR_GET_PIXEL_EXCEPTION.
+  KelLong GetPixelValue(KelImage& src, int row, int column, int channel, double* value);
+
+  // dst = src with the sample of `channel` at (row, column) set to `value`, truncated toward zero.
+  //
+  // Rows, columns and channels as for GetPixelValue, 16-bit images of 4 channels as all others; in
+  // images of neither 1, 3 nor 4 channels nothing is set and the status is 0. `value`: 0 to 255 for
+  // 8-bit, 0 to 65535 for 16-bit images. Statuses in order: ERR_IMAGE_EMPTY, ERR_BIT_DEPTH (neither
+  // 8- nor 16-bit unsigned), ERR_PARAM_1 (row), ERR_PARAM_2 (column), ERR_PARAM_3 (channel),
+  // ERR_PARAM_4 (value). Throws nothing: ERR_SET_PIXEL_EXCEPTION, memory running out included.
+  KelLong SetPixelValue(KelImage& src, KelImage* dst, int row, int column, int channel,
+                        double value);
+
+  // dst = a deep copy of src, in new memory, with one channel set to `value` in the pixels of all
+  // runs of all regions.
+  //
+  // Runs and parts of runs outside the image are skipped; the regions' own sizes do not matter.
+  // `channel` counts from 1: the only one of a grey image; otherwise backwards from the third
+  // stored sample, so that 1, 2, 3 are red, green, blue of a blue-green-red pixel. The sample set
+  // is number 3 * column + 3 - channel, counted from the row's first, whatever the channel count:
+  // with 2 channels or more than 3 it can belong to another pixel or row, and one before the
+  // image's first or behind its last is skipped. `value`: 0 to 255 for 8-bit, 0 to 65535 for 16-bit
+  // images. Statuses in order: ERR_IMAGE_EMPTY, ERR_BIT_DEPTH (neither 8- nor 16-bit unsigned),
+  // ERR_PARAM_1 (no region), ERR_PARAM_2 (channel), ERR_PARAM_3 (value).
+  KelLong SetRegionValue(KelImage& src, KelImage* dst, KelRegionArray& regions, int channel,
+                         int value);
+
+  // dst = a view of the caller's buffer: `height` packed rows of `width` pixels. Nothing is copied.
+  //
+  // `dst`, its copies and all that shares their pixels read and write the buffer itself, which the
+  // caller keeps and which must live as long as they do:
+  //
+  //   std::vector<unsigned char> frame(height * width);
+  //   KelImage image;
+  //   op.ImageConvert(frame.data(), &image, height, width, KEL_8U, 1, 0);
+  //   grab(frame.data());                      // shows in `image`
+  //   KelImage kept = image.DeepCopy();        // does not change with the next frame
+  //
+  // `type`: any KelImageType. `channels`: 1, 3 or 4. `stride` is checked but not used: rows are
+  // always width * channels samples apart. Statuses in order: ERR_PARAM_1 (`buffer` is null),
+  // ERR_PARAM_2 (height below 1), ERR_PARAM_3 (width below 1), ERR_PARAM_5 (channels), ERR_PARAM_4
+  // (type), ERR_PARAM_6 (negative stride). Throws nothing: ERR_CONVERT_EXCEPTION.
+  KelLong ImageConvert(void* buffer, KelImage* dst, int height, int width, KelImageType type,
+                       int channels, int stride);
+
+  // dst = the pixels of a GDI bitmap as an 8-bit image of `height` x `width` pixels, their bytes in
+  // the bitmap's order (blue, green, red).
+  //
+  // `bitmap`: the value of an HBITMAP whose bits are in memory, sign-extended to a handle. The call
+  // takes it over and deletes the bitmap, whatever it returns, exceptions included. `height` and
+  // `width` must be the bitmap's own, `bitsPerChannel` 8. `channels`: 1, 3 or 4, the bitmap's bytes
+  // per pixel; a bitmap of 1 bit per pixel counts as one of 1 byte: its bytes are taken as they lie
+  // in memory, and what would come from behind its last row is 0. `topDown`: 1 keeps the order of
+  // the rows, 0 reverses it. Statuses in order: ERR_PARAM_1 (0, no bitmap, or one without pixels in
+  // memory), ERR_PARAM_2 (height), ERR_PARAM_3 (width), ERR_PARAM_4 (bitsPerChannel), ERR_PARAM_5
+  // (channels), ERR_PARAM_6 (topDown), ERR_PARAM_5 (channels are not the bytes per pixel).
+  KelLong ImageConvertBITMAP(KelImage* dst, KelLong bitmap, int height, int width,
+                             int bitsPerChannel, int channels, int topDown);
+
+  // dst = src with samples of another type: rounded to the nearest, ties to even, and saturated;
+  // never rescaled, so that 1000 becomes 255 in 8 bits.
+  //
+  // Any depths and channel counts; `type`: any KelImageType. Floating-point samples that no 32-bit
+  // integer holds convert as by cv::Mat::convertTo. Statuses in order: ERR_IMAGE_EMPTY, ERR_PARAM_1
+  // (type).
+  KelLong ImageDepthConvert(KelImage& src, KelImage* dst, KelImageType type);
+
+  // dst = `count` new images: row k of image i is row i + k * count of src.
+  //
+  // With a `count` of 2, the even and the odd rows of an interlaced frame. Where the rows do not
+  // share out evenly, each of the first rows % count images gets one more, and that is the same for
+  // all of them: row count * (rows / count), the first one left over. `src` may be an image of
+  // `dst`, whose former images are dropped. 8-bit images of one channel; `count`: 2 to the number
+  // of rows. Statuses in order: ERR_IMAGE_EMPTY, ERR_BIT_DEPTH (not 8-bit unsigned),
+  // ERR_IMAGE_EMPTY (fewer than 2 rows), ERR_NOT_SINGLE_CHANNEL, ERR_PARAM_1 (count); then
+  // ERR_DEPTH_MISMATCH when the array did not take all images, which leaves those it took.
+  KelLong ImageRowSeparate(KelImage& src, KelImageArray* dst, int count);
 
  private:
   std::shared_ptr<cv::Mat> buffer_;

@@ -31,6 +31,7 @@ Status CheckSameSize(const KelImage& first, const KelImage& second);
 // ERR_CHANNEL_MISMATCH: two images of different channel counts.
 Status CheckSameChannels(const KelImage& first, const KelImage& second);
 // ERR_IMAGE_EMPTY: there is no image, or no region, to write to.
+// ERR_IMAGE_EMPTY: there is nothing to write to.
 Status CheckOutput(const void* output);
 
 }  // namespace KELRA

@@ -73,6 +73,14 @@ inline constexpr LogLines kPixelAverageConst{"PixelAverageConst", 9050, 9156};
 inline constexpr LogLines kDifference{"Difference", 9167, 9198};
 inline constexpr LogLines kDifferenceConstWork{"DifferenceConstfun", 9208, 9246};
 inline constexpr LogLines kDifferenceConst{"DifferenceConst", 9255, 9359};
+inline constexpr LogLines kGetPixelValue{"GetPixelValue", 7106, 7168};
+inline constexpr LogLines kSetPixelValue{"SetPixelValue", 7178, 7240};
+inline constexpr LogLines kSetRegionValue{"SetRegionValue", 7250, 7336};
+
+inline constexpr LogLines kImageConvert{"ImageConvert", 7346, 7392};
+inline constexpr LogLines kImageConvertBitmap{"ImageConvertBITMAPfun", 7402, 7478};
+inline constexpr LogLines kImageDepthConvert{"ImageDepthConvert", 7488, 7504};
+inline constexpr LogLines kImageRowSeparate{"ImageRowSeparate", 7514, 7562};
 
 }  // namespace log_lines
 }  // namespace KELRA

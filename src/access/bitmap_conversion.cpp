@@ -1,0 +1,113 @@
+// ImageConvertBITMAP.
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "KELRA/KelImageOperation.h"
+#include "frame/call_log.h"
+#include "frame/checks.h"
+#include "frame/result_matrix.h"
+
+namespace KELRA {
+namespace {
+
+// Owns a bitmap and deletes it.
+class OwnedBitmap {
+ public:
+  explicit OwnedBitmap(KelLong handle)
+      : handle_(reinterpret_cast<HBITMAP>(static_cast<std::intptr_t>(handle))) {}
+  ~OwnedBitmap() { DeleteObject(handle_); }
+  OwnedBitmap(const OwnedBitmap&) = delete;
+  OwnedBitmap& operator=(const OwnedBitmap&) = delete;
+
+  // A record without a size when the handle is no bitmap's.
+  BITMAP Record() const {
+    BITMAP record{};
+    constexpr int kSize = sizeof(record);
+    return GetObjectW(handle_, kSize, &record) == kSize ? record : BITMAP{};
+  }
+
+ private:
+  HBITMAP handle_;
+};
+
+int BytesPerPixel(const BITMAP& bitmap) {
+  return bitmap.bmBitsPixel == 1 ? 1 : bitmap.bmBitsPixel / 8;
+}
+
+Status CheckBitmap(const BITMAP& bitmap, int height, int width, int bits_per_channel, int channels,
+                   int top_down) {
+  if (bitmap.bmWidth < 1 || bitmap.bmHeight < 1 || bitmap.bmBits == nullptr) {
+    return ERR_PARAM_1;
+  }
+  if (height != bitmap.bmHeight) {
+    return ERR_PARAM_2;
+  }
+  if (width != bitmap.bmWidth) {
+    return ERR_PARAM_3;
+  }
+  if (bits_per_channel != 8) {
+    return ERR_PARAM_4;
+  }
+  if (channels != 1 && channels != 3 && channels != 4) {
+    return ERR_PARAM_5;
+  }
+  if (top_down != 0 && top_down != 1) {
+    return ERR_PARAM_6;
+  }
+  return channels == BytesPerPixel(bitmap) ? STATUS_OK : ERR_PARAM_5;
+}
+
+// The bitmap's memory, a row of bytes per row.
+cv::Mat BytesOf(const BITMAP& bitmap) {
+  return cv::Mat(bitmap.bmHeight, bitmap.bmWidthBytes, CV_8UC1, bitmap.bmBits);
+}
+
+// Copies the bytes from `offset` on, and zeros for those behind the end of `bytes`: a pixel of one
+// bit counts as a byte, so such a bitmap ends before its last pixels.
+void CopyRow(const cv::Mat& bytes, std::size_t offset, std::uint8_t* row, std::size_t row_bytes) {
+  const std::size_t end = bytes.total();
+  const std::size_t available = offset < end ? std::min(row_bytes, end - offset) : 0;
+  if (available > 0) {
+    std::memcpy(row, bytes.data + offset, available);
+  }
+  std::memset(row + available, 0, row_bytes - available);
+}
+
+Status ConvertBitmap(KelImage* dst, KelLong handle, int height, int width, int bits_per_channel,
+                     int channels, int top_down) {
+  CallLog log(log_lines::kImageConvertBitmap);
+  if (handle == 0) {
+    return ERR_PARAM_1;
+  }
+  const OwnedBitmap owned(handle);
+  const BITMAP bitmap = owned.Record();
+  KELRA_RETURN_IF_ERROR(CheckBitmap(bitmap, height, width, bits_per_channel, channels, top_down));
+  KELRA_RETURN_IF_ERROR(CheckOutput(dst));
+
+  const cv::Mat bytes = BytesOf(bitmap);
+  cv::Mat result = ResultMatrix(dst->Mat(), {width, height}, CV_8UC(channels));
+  if (SharesPixels(result, bytes)) {
+    // The bitmap's memory ends with it.
+    result = cv::Mat(height, width, CV_8UC(channels));
+  }
+  const std::size_t row_bytes = result.elemSize() * static_cast<std::size_t>(width);
+  for (int row = 0; row < height; ++row) {
+    const int from = top_down == 1 ? row : height - 1 - row;
+    CopyRow(bytes, bytes.step[0] * static_cast<std::size_t>(from), result.ptr(row), row_bytes);
+  }
+  AssignResult(result, dst);
+  log.Exit();
+  return STATUS_OK;
+}
+
+}  // namespace
+
+KelLong KelImageOperation::ImageConvertBITMAP(KelImage* dst, KelLong bitmap, int height, int width,
+                                              int bitsPerChannel, int channels, int topDown) {
+  return ConvertBitmap(dst, bitmap, height, width, bitsPerChannel, channels, topDown);
+}
+
+}  // namespace KELRA

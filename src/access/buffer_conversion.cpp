@@ -1,0 +1,68 @@
+// ImageConvert, ImageDepthConvert.
+
+#include "KELRA/KelImageOperation.h"
+#include "frame/call_log.h"
+#include "frame/checks.h"
+#include "frame/result_matrix.h"
+
+namespace KELRA {
+namespace {
+
+bool IsImageType(KelImageType type) { return type >= KEL_8U && type <= KEL_64F; }
+
+Status CheckBuffer(const void* buffer, int height, int width, KelImageType type, int channels,
+                   int stride) {
+  if (buffer == nullptr) {
+    return ERR_PARAM_1;
+  }
+  if (height < 1) {
+    return ERR_PARAM_2;
+  }
+  if (width < 1) {
+    return ERR_PARAM_3;
+  }
+  // Checked before the type, though numbered after it.
+  if (channels != 1 && channels != 3 && channels != 4) {
+    return ERR_PARAM_5;
+  }
+  if (!IsImageType(type)) {
+    return ERR_PARAM_4;
+  }
+  return stride >= 0 ? STATUS_OK : ERR_PARAM_6;
+}
+
+}  // namespace
+
+KelLong KelImageOperation::ImageConvert(void* buffer, KelImage* dst, int height, int width,
+                                        KelImageType type, int channels, int stride) {
+  CallLog log(log_lines::kImageConvert);
+  KELRA_RETURN_IF_ERROR(CheckBuffer(buffer, height, width, type, channels, stride));
+  KELRA_RETURN_IF_ERROR(CheckOutput(dst));
+  try {
+    // Rows are packed whatever the stride: callers rely on it.
+    dst->Mat() = cv::Mat(height, width, CV_MAKETYPE(type, channels), buffer);
+    log.Exit();
+    return STATUS_OK;
+  } catch (...) {
+    return ERR_CONVERT_EXCEPTION;
+  }
+}
+
+KelLong KelImageOperation::ImageDepthConvert(KelImage& src, KelImage* dst, KelImageType type) {
+  CallLog log(log_lines::kImageDepthConvert);
+  KELRA_RETURN_IF_ERROR(CheckNotEmpty(src));
+  if (!IsImageType(type)) {
+    return ERR_PARAM_1;
+  }
+  KELRA_RETURN_IF_ERROR(CheckOutput(dst));
+
+  cv::Mat result =
+      ResultMatrix(dst->Mat(), src.Mat().size(), CV_MAKETYPE(type, src.Mat().channels()));
+  cv::Mat copy;
+  InputToReadWhileWriting(result, src.Mat(), &copy).convertTo(result, type);
+  AssignResult(result, dst);
+  log.Exit();
+  return STATUS_OK;
+}
+
+}  // namespace KELRA
