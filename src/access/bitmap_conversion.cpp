@@ -88,17 +88,19 @@ Status ConvertBitmap(KelImage* dst, KelLong handle, int height, int width, int b
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
 
   const cv::Mat bytes = BytesOf(bitmap);
-  cv::Mat result = ResultMatrix(dst->Mat(), {width, height}, CV_8UC(channels));
-  if (SharesPixels(result, bytes)) {
+  cv::Mat fresh;
+  cv::Mat* result = &ResultMatrix(dst, {width, height}, CV_8UC(channels), &fresh);
+  if (SharesPixels(*result, bytes)) {
     // The bitmap's memory ends with it.
-    result = cv::Mat(height, width, CV_8UC(channels));
+    fresh.create(height, width, CV_8UC(channels));
+    result = &fresh;
   }
-  const std::size_t row_bytes = result.elemSize() * static_cast<std::size_t>(width);
+  const std::size_t row_bytes = result->elemSize() * static_cast<std::size_t>(width);
   for (int row = 0; row < height; ++row) {
     const int from = top_down == 1 ? row : height - 1 - row;
-    CopyRow(bytes, bytes.step[0] * static_cast<std::size_t>(from), result.ptr(row), row_bytes);
+    CopyRow(bytes, bytes.step[0] * static_cast<std::size_t>(from), result->ptr(row), row_bytes);
   }
-  AssignResult(result, dst);
+  AssignResult(*result, dst);
   log.Exit();
   return STATUS_OK;
 }

@@ -56,8 +56,9 @@ KelLong KelImageOperation::ImageDepthConvert(KelImage& src, KelImage* dst, KelIm
   }
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
 
-  cv::Mat result =
-      ResultMatrix(dst->Mat(), src.Mat().size(), CV_MAKETYPE(type, src.Mat().channels()));
+  cv::Mat fresh;
+  cv::Mat& result =
+      ResultMatrix(dst, src.Mat().size(), CV_MAKETYPE(type, src.Mat().channels()), &fresh);
   cv::Mat copy;
   InputToReadWhileWriting(result, src.Mat(), &copy).convertTo(result, type);
   AssignResult(result, dst);

@@ -73,7 +73,8 @@ KelLong KelImageOperation::SetPixelValue(KelImage& src, KelImage* dst, int row, 
   }
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
   try {
-    cv::Mat result = ResultMatrix(dst->Mat(), src.Mat().size(), src.Mat().type());
+    cv::Mat fresh;
+    cv::Mat& result = ResultMatrix(dst, src.Mat().size(), src.Mat().type(), &fresh);
     cv::Mat copy;
     InputToReadWhileWriting(result, src.Mat(), &copy).copyTo(result);
     if (IsAccessible(result)) {

@@ -60,15 +60,17 @@ std::vector<Job> JobsIntoFolder(const std::vector<std::string>& inputs, const st
   return jobs;
 }
 
-std::vector<Job> JobsOfEach(std::vector<std::string> files) {
+std::vector<Job> JobsOfEach(std::vector<std::string> files, bool several_outputs) {
   const std::string output = files.back();
   files.pop_back();
   if (NamesFolder(output)) {
     return JobsIntoFolder(files, output);
   }
-  if (files.size() > 1) {
-    throw UsageError(output + " is not a folder, expected for " + std::to_string(files.size()) +
-                     " inputs an existing folder, or a name with / at its end");
+  if (files.size() > 1 || several_outputs) {
+    throw UsageError(
+        output + " is not a folder, expected for " +
+        (several_outputs ? "several outputs" : std::to_string(files.size()) + " inputs") +
+        " an existing folder, or a name with / at its end");
   }
   return {{files, output}};
 }
@@ -106,6 +108,7 @@ FileCount CountOf(Form form) {
   switch (form) {
     case Form::kEach:
     case Form::kReduce:
+    case Form::kSplit:
       return {2, 0};
     case Form::kPair:
       return {3, 3};
@@ -132,7 +135,8 @@ std::vector<Job> JobsOf(const Invocation& invocation) {
   }
   switch (form) {
     case Form::kEach:
-      return JobsOfEach(files);
+    case Form::kSplit:
+      return JobsOfEach(files, form == Form::kSplit);
     case Form::kMeasure:
       return JobsOfMeasure(files);
     case Form::kPair:
@@ -141,6 +145,14 @@ std::vector<Job> JobsOf(const Invocation& invocation) {
       break;
   }
   return {OneJob(files)};
+}
+
+// "name-3.png" for "name.png".
+fs::path Numbered(const fs::path& path, int number) {
+  fs::path name = path.stem();
+  name += "-" + std::to_string(number);
+  name += path.extension();
+  return path.parent_path() / name;
 }
 
 // The files that a message is about.
@@ -205,7 +217,7 @@ class Batch {
   void RunJob(const Job& job, std::string* text) {
     Call call;
     for (const std::string& input : job.inputs) {
-      ReadResult read = ReadImage(input);
+      ReadResult read = ReadImage(input, invocation_.raw);
       if (!read.warning.empty() && !invocation_.quiet) {
         Say(input + ": warning: " + read.warning);
       }
@@ -220,20 +232,22 @@ class Batch {
       Say(NameOf(job) + ": " + StatusText(status, invocation_, call.inputs));
       return;
     }
-    if (!job.output.empty()) {
-      WriteImage(job.output, call.output);
+    if (invocation_.command->form == Form::kSplit) {
+      for (int i = 0; i < call.outputs.Length(); ++i) {
+        Write(job, Numbered(job.output, i), call.outputs[i]);
+      }
+    } else if (!job.output.empty()) {
+      Write(job, job.output, call.output);
+    } else if (invocation_.verbose) {
+      Say(NameOf(job) + ": done");
     }
     *text = std::move(call.text);
-    if (invocation_.verbose) {
-      SayWritten(job, call.output);
-    }
   }
 
-  void SayWritten(const Job& job, const KelImage& image) {
-    if (job.output.empty()) {
-      Say(NameOf(job) + ": done");
-    } else {
-      Say(NameOf(job) + " -> " + job.output.string() + " (" + SizeText(image) + ", " +
+  void Write(const Job& job, const fs::path& output, const KelImage& image) {
+    WriteImage(output, image);
+    if (invocation_.verbose) {
+      Say(NameOf(job) + " -> " + output.string() + " (" + SizeText(image) + ", " +
           DepthText(image.BitDepth()) + ", " + ChannelText(image.Channels()) + ")");
     }
   }
@@ -276,6 +290,8 @@ std::string FilesText(Form form) {
       return "IN... OUT";
     case Form::kCreate:
       return "OUT";
+    case Form::kSplit:
+      return "IN... FOLDER";
     case Form::kMeasure:
       break;
   }

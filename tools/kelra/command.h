@@ -7,6 +7,7 @@
 #include <any>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -23,6 +24,7 @@ enum class Form {
   kPair,     // A B OUT: one result of two inputs
   kReduce,   // IN... OUT: one result of all inputs
   kCreate,   // OUT: one result of no input
+  kSplit,    // IN... FOLDER: several results per input
   kMeasure,  // IN...: a printed line per input
 };
 
@@ -30,8 +32,9 @@ enum class Form {
 struct Call {
   KelImageOperation operation;
   std::vector<KelImage> inputs;
-  KelImage output;   // to be written to the output file
-  std::string text;  // to be printed, by commands that measure
+  KelImage output;        // to be written to the output file
+  KelImageArray outputs;  // to be written to the output files, by commands that split
+  std::string text;       // to be printed, by commands that measure
 };
 
 // What a status that is about an option expected of it, for the images at hand: it follows "must
@@ -162,6 +165,7 @@ struct Invocation {
   std::vector<std::string> files;
   std::any options;
   std::map<std::string, std::string> texts;  // the options' texts, given or default
+  std::optional<RawLayout> raw;              // of the inputs that do not tell it
   bool quiet = false;
   bool verbose = false;
 };

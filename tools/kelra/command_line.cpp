@@ -35,7 +35,8 @@ std::shared_ptr<HelpLayout> Layout(std::string usage) {
 
 constexpr const char* kFooter =
     "\nImages are PNG, TIFF, JPEG, BMP, PGM, PPM or PNM files, 8-bit or 16-bit; the ending of OUT\n"
-    "decides its format. 'kelra COMMAND --help' shows a command's formula and an example.\n"
+    "decides its format. Files of samples alone are read with --raw and end in .raw when written.\n"
+    "'kelra COMMAND --help' shows a command's formula and an example.\n"
     "Exit codes: 0 success, 1 an operation or a file failed, 2 the command line is wrong.\n";
 
 std::string Footer(const Command& command) {
@@ -48,20 +49,44 @@ std::string Footer(const Command& command) {
         "\nWith several inputs, or when it is a folder, OUT is the folder that the results go "
         "to\nunder their inputs' names; one whose name ends with / is made.\n";
   }
+  if (command.form == Form::kSplit) {
+    text += "\nThe results go to FOLDER under their inputs' names, numbered from 0: name-0.png.\n";
+  }
   return text + "\nExample:\n  " + command.example + "\n";
 }
 
-// Sets the option both from the user's text and, before that, from its default.
-void SetOption(const DeclaredOption& declared, const std::string& text, Invocation* invocation) {
-  const std::string leader = invocation->command->name + ": " + declared.name + " " + text + ": ";
+// Runs `parse` on an option's text, and begins what it complains about with the option.
+template <class Parse>
+void ParseOption(const std::string& name, const std::string& text, const Invocation& invocation,
+                 Parse parse) {
+  const std::string leader = invocation.command->name + ": " + name + " " + text + ": ";
   try {
-    declared.parse(text, invocation->options);
-    invocation->texts[declared.name] = text;
+    parse();
   } catch (const BadValue& problem) {
     throw UsageError(leader + problem.what());
   } catch (const FileError& problem) {
     throw std::runtime_error(leader + problem.what());
   }
+}
+
+// Sets the option both from the user's text and, before that, from its default.
+void SetOption(const DeclaredOption& declared, const std::string& text, Invocation* invocation) {
+  ParseOption(declared.name, text, *invocation, [&] { declared.parse(text, invocation->options); });
+  invocation->texts[declared.name] = text;
+}
+
+void AddRawOption(CLI::App* app, Invocation* invocation) {
+  const char* name = "--raw";
+  app->add_option(
+         name,
+         [name, invocation](const CLI::results_t& texts) {
+           ParseOption(name, texts.front(), *invocation,
+                       [&] { ParseValue(texts.front(), &invocation->raw.emplace()); });
+           return true;
+         },
+         "Inputs whose ending names no image format are samples alone, of this size;\n"
+         "TYPE is u8, s8, u16, s16, s32, f32 or f64")
+      ->type_name(Placeholder(static_cast<const RawLayout*>(nullptr)));
 }
 
 void AddOption(const DeclaredOption& declared, CLI::App* app, Invocation* invocation) {
@@ -103,6 +128,9 @@ struct CommandLine {
     sub->add_option("files", invocation->files)->group("");
     for (const DeclaredOption& declared : command.options) {
       AddOption(declared, sub, invocation);
+    }
+    if (command.form != Form::kCreate) {
+      AddRawOption(sub, invocation);
     }
     sub->add_flag("--quiet", invocation->quiet, "No progress bar and no warnings");
     sub->add_flag("--verbose", invocation->verbose, "A line for each file written");

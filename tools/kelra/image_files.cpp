@@ -13,12 +13,14 @@
 namespace KELRA::tool {
 namespace {
 
+constexpr std::string_view kRawEnding = ".raw";
+
 // What a format holds without a conversion that OpenCV would make silently.
 struct Format {
   std::string_view name;
   std::vector<std::string_view> endings;
   std::vector<KelImageType> depths;
-  std::vector<int> channels;
+  std::vector<int> channels;  // any number when empty
 };
 
 const std::vector<Format>& Formats() {
@@ -30,6 +32,7 @@ const std::vector<Format>& Formats() {
       {"PGM", {".pgm"}, {KEL_8U, KEL_16U}, {1}},
       {"PPM", {".ppm"}, {KEL_8U, KEL_16U}, {3}},
       {"PNM", {".pnm"}, {KEL_8U, KEL_16U}, {1, 3}},
+      {"raw", {kRawEnding}, {KEL_8U, KEL_8S, KEL_16U, KEL_16S, KEL_32S, KEL_32F, KEL_64F}, {}},
   };
   return formats;
 }
@@ -67,25 +70,40 @@ std::string Endings(Fits fits) {
   return text;
 }
 
-const Format& FormatOf(const std::filesystem::path& path) {
-  const std::string ending = LowerCase(path.extension().string());
+std::string EndingOf(const std::filesystem::path& path) {
+  return LowerCase(path.extension().string());
+}
+
+const Format* FindFormat(const std::filesystem::path& path) {
   for (const Format& format : Formats()) {
-    if (Has(format.endings, ending)) {
-      return format;
+    if (Has(format.endings, EndingOf(path))) {
+      return &format;
     }
   }
-  throw FileError(path, "the ending '" + ending + "' names no image format, expected " +
-                            Endings([](const Format&) { return true; }));
+  return nullptr;
+}
+
+const Format& FormatOf(const std::filesystem::path& path) {
+  const Format* format = FindFormat(path);
+  if (format == nullptr) {
+    throw FileError(path, "the ending '" + EndingOf(path) + "' names no image format, expected " +
+                              Endings([](const Format&) { return true; }));
+  }
+  return *format;
+}
+
+bool IsRaw(const Format& format) { return format.endings.front() == kRawEnding; }
+
+bool Holds(const Format& format, const KelImage& image) {
+  return Has(format.depths, image.BitDepth()) &&
+         (format.channels.empty() || Has(format.channels, image.Channels()));
 }
 
 void CheckHolds(const Format& format, const std::filesystem::path& path, const KelImage& image) {
-  const bool holds = Has(format.depths, image.BitDepth()) && Has(format.channels, image.Channels());
-  if (holds) {
+  if (Holds(format, image)) {
     return;
   }
-  const std::string fitting = Endings([&](const Format& other) {
-    return Has(other.depths, image.BitDepth()) && Has(other.channels, image.Channels());
-  });
+  const std::string fitting = Endings([&](const Format& other) { return Holds(other, image); });
   throw FileError(
       path, std::string(format.name) + " cannot hold the result's " + DepthText(image.BitDepth()) +
                 " samples in " + ChannelText(image.Channels()) +
@@ -137,9 +155,24 @@ ReadResult ReadImage(const std::filesystem::path& path) {
   return {KelImage(decoded), message};
 }
 
+ReadResult ReadImage(const std::filesystem::path& path, const std::optional<RawLayout>& raw) {
+  const Format* format = FindFormat(path);
+  if (raw && (format == nullptr || IsRaw(*format))) {
+    return {ReadRaw(path, *raw), ""};
+  }
+  if (format != nullptr && IsRaw(*format)) {
+    throw FileError(path, "does not tell its size, expected --raw WIDTHxHEIGHTxCHANNELS:TYPE");
+  }
+  return ReadImage(path);
+}
+
 void WriteImage(const std::filesystem::path& path, const KelImage& image) {
   const Format& format = FormatOf(path);
   CheckHolds(format, path, image);
+  if (IsRaw(format)) {
+    WriteWholeFile(path, RawBytes(image));
+    return;
+  }
   Bytes bytes;
   bool encoded = false;
   std::string problem;

@@ -1,10 +1,14 @@
-// Image files: PNG, TIFF, JPEG, BMP, PGM, PPM and PNM, told apart by their endings when written.
+// Image files: PNG, TIFF, JPEG, BMP, PGM, PPM and PNM, told apart by their endings when written,
+// and raw buffers, whose ending is .raw.
 #pragma once
 
 #include <KELRA/KelData.h>
 
 #include <filesystem>
+#include <optional>
 #include <string>
+
+#include "raw_buffers.h"
 
 namespace KELRA::tool {
 
@@ -16,6 +20,9 @@ struct ReadResult {
 // The samples as they are in the file: depth and channels are kept, nothing is turned. Throws
 // FileError.
 ReadResult ReadImage(const std::filesystem::path& path);
+
+// The same with a layout for files that need one: those whose ending names no image format.
+ReadResult ReadImage(const std::filesystem::path& path, const std::optional<RawLayout>& raw);
 
 // Writes the image whole or not at all. An image that the format of the path's ending cannot hold
 // as it is throws FileError, as does every other failure.

@@ -167,6 +167,16 @@ constexpr std::array kShapes = {
           }},
 };
 
+struct TypeName {
+  std::string_view name;
+  KelImageType type;
+};
+
+constexpr std::array kTypeNames = {TypeName{"u8", KEL_8U},   TypeName{"s8", KEL_8S},
+                                   TypeName{"u16", KEL_16U}, TypeName{"s16", KEL_16S},
+                                   TypeName{"s32", KEL_32S}, TypeName{"f32", KEL_32F},
+                                   TypeName{"f64", KEL_64F}};
+
 constexpr const char* kPolygonForm = "polygon:x1,y1,x2,y2,x3,y3,... with three or more corners";
 
 std::string FormOf(const Shape& shape) {
@@ -295,6 +305,40 @@ void ParseValue(std::string_view text, KelROI* value) {
     expected += ", " + FormOf(shape);
   }
   throw BadValue(expected + ", polygon:x1,y1,..., runs:FILE or mask:FILE");
+}
+
+void ParseValue(std::string_view text, KelImageType* value) {
+  std::string expected = "expected one of";
+  for (const TypeName& entry : kTypeNames) {
+    if (entry.name == text) {
+      *value = entry.type;
+      return;
+    }
+    expected += " " + std::string(entry.name);
+  }
+  throw BadValue(Quoted(text) + " is no type of samples, " + expected);
+}
+
+void ParseValue(std::string_view text, RawLayout* value) {
+  const std::string expected = "expected WIDTHxHEIGHTxCHANNELS:TYPE, such as 640x480x1:u16";
+  const std::size_t colon = text.find(':');
+  const auto sizes = Split(text.substr(0, colon), 'x');
+  if (colon == std::string_view::npos || sizes.size() != 3) {
+    throw BadValue(expected);
+  }
+  const auto width = ToNumber<int>(sizes[0]);
+  const auto height = ToNumber<int>(sizes[1]);
+  const auto channels = ToNumber<int>(sizes[2]);
+  if (!width || !height || *width < 1 || *height < 1) {
+    throw BadValue("the size is not two whole numbers from 1 on, " + expected);
+  }
+  if (!channels || (*channels != 1 && *channels != 3 && *channels != 4)) {
+    throw BadValue("there are not 1, 3 or 4 channels, " + expected);
+  }
+  ParseValue(text.substr(colon + 1), &value->type);
+  value->width = *width;
+  value->height = *height;
+  value->channels = *channels;
 }
 
 std::string RegionHelp() {

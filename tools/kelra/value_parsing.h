@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "raw_buffers.h"
+
 namespace KELRA::tool {
 
 // A text that is no value of its kind; what() says what was expected, and where it helps what is
@@ -27,6 +29,8 @@ void ParseValue(std::string_view text, KelPointArray* value);
 void ParseValue(std::string_view text, KelColorRGBA* value);
 void ParseValue(std::string_view text, KelRegion* value);
 void ParseValue(std::string_view text, KelROI* value);
+void ParseValue(std::string_view text, KelImageType* value);
+void ParseValue(std::string_view text, RawLayout* value);
 
 inline const char* Placeholder(const int*) { return "N"; }
 inline const char* Placeholder(const float*) { return "NUMBER"; }
@@ -36,6 +40,8 @@ inline const char* Placeholder(const KelPointArray*) { return "X1,Y1,X2,Y2,...";
 inline const char* Placeholder(const KelColorRGBA*) { return "R,G,B[,A]"; }
 inline const char* Placeholder(const KelRegion*) { return "RUNS"; }
 inline const char* Placeholder(const KelROI*) { return "REGION"; }
+inline const char* Placeholder(const KelImageType*) { return "TYPE"; }
+inline const char* Placeholder(const RawLayout*) { return "WIDTHxHEIGHTxCHANNELS:TYPE"; }
 
 // The forms of a region, one a line, each with its meaning.
 std::string RegionHelp();

@@ -5,7 +5,7 @@ namespace KELRA::tool {
 const std::vector<Family>& Families() {
   static const std::vector<Family> families = {ConstantArithmetic(), TwoImages(), Statistics(),
                                                Geometry(),           Pasting(),   Creation(),
-                                               PointOperations()};
+                                               PointOperations(),    Access()};
   return families;
 }
 

@@ -23,5 +23,6 @@ Family TwoImages();
 Family PointOperations();
 Family Statistics();
 Family Creation();
+Family Access();
 
 }  // namespace KELRA::tool
