@@ -111,6 +111,23 @@ TEST_F(CommandForms, MeasurePrintsInTheOrderOfTheInputs) {
             (folder_ / "c.png") + ": 30\n" + (folder_ / "a.png") + ": 10\n");
 }
 
+TEST_F(CommandForms, SplitWritesNumberedResultsOfEachInput) {
+  const Command rows = Declared(Form::kSplit, [](Call& call) {
+    const cv::Mat& image = call.inputs.at(0).Mat();
+    for (int row = 0; row < image.rows; ++row) {
+      call.outputs.Append(KelImage(image.row(row) + row));
+    }
+    return KelLong{0};
+  });
+  EXPECT_TRUE(RunOver(rows, folder_, {"a.png", "c.png", "rows/"}));
+  EXPECT_EQ(ReadImage(folder_ / "rows/a-0.png").image.Mat().at<unsigned char>(0, 0), 10);
+  EXPECT_EQ(ReadImage(folder_ / "rows/a-1.png").image.Mat().at<unsigned char>(0, 0), 11);
+  EXPECT_EQ(ReadImage(folder_ / "rows/c-1.png").image.Mat().at<unsigned char>(0, 0), 31);
+  EXPECT_FALSE(fs::exists(folder_ / "rows/a.png"));
+  EXPECT_THROW(RunOver(rows, folder_, {"a.png", "out.png"}), UsageError);
+  EXPECT_THROW(RunOver(rows, folder_, {"a.png"}), UsageError);
+}
+
 TEST_F(CommandForms, AnExceptionOfTheLibraryFailsItsFileOnly) {
   const Command command = Declared(Form::kEach, [](Call& call) {
     if (call.inputs.at(0).Mat().at<unsigned char>(0, 0) == 20) {

@@ -242,6 +242,31 @@ TEST(ValueParsing, MaskOfAnImageFile) {
   EXPECT_THROW(Parsed<KelROI>("mask:" + (folder / "text.png")), FileError);
 }
 
+TEST(ValueParsing, TypesOfSamples) {
+  const std::vector<std::string> names = {"u8", "s8", "u16", "s16", "s32", "f32", "f64"};
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    EXPECT_EQ(Parsed<KelImageType>(names[i]), static_cast<KelImageType>(i));
+  }
+  for (const char* text : {"", "8", "U8", "u8 ", "u32", "double"}) {
+    EXPECT_NE(Refusal<KelImageType>(text).find("expected one of u8 s8 u16"), std::string::npos)
+        << text;
+  }
+}
+
+TEST(ValueParsing, LayoutsOfRawBuffers) {
+  const auto layout = Parsed<RawLayout>("640x480x3:u16");
+  EXPECT_EQ(layout.width, 640);
+  EXPECT_EQ(layout.height, 480);
+  EXPECT_EQ(layout.channels, 3);
+  EXPECT_EQ(layout.type, KEL_16U);
+  for (const char* text :
+       {"", "640x480x3", "640x480:u8", "640x480x3x1:u8", "0x480x1:u8", "640x-1x1:u8",
+        "640x480x2:u8", "640x480x0:u8", "640x480x1:u7", "640x480x1:", "640 x 480x1:u8",
+        "640X480X1:u8", "99999999999x1x1:u8", ":u8"}) {
+    EXPECT_NE(Refusal<RawLayout>(text), "") << text;
+  }
+}
+
 TEST(ValueParsing, HelpNamesEveryKindOfRegion) {
   const std::string help = RegionHelp();
   for (const char* kind : {"whole", "rect:", "rotated-rect:", "circle:", "ellipse:", "annulus:",

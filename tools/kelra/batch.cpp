@@ -150,7 +150,8 @@ std::vector<Job> JobsOf(const Invocation& invocation) {
 // "name-3.png" for "name.png".
 fs::path Numbered(const fs::path& path, int number) {
   fs::path name = path.stem();
-  name += "-" + std::to_string(number);
+  name += "-";
+  name += std::to_string(number);
   name += path.extension();
   return path.parent_path() / name;
 }

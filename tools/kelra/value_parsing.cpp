@@ -314,7 +314,8 @@ void ParseValue(std::string_view text, KelImageType* value) {
       *value = entry.type;
       return;
     }
-    expected += " " + std::string(entry.name);
+    expected += ' ';
+    expected += entry.name;
   }
   throw BadValue(Quoted(text) + " is no type of samples, " + expected);
 }

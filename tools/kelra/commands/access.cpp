@@ -12,17 +12,25 @@
 namespace KELRA::tool {
 namespace {
 
-// What ERR_PARAM_N is about, for images of which the method checks a position.
+std::string Range(int first, int last) {
+  return std::to_string(first) + " to " + std::to_string(last) + " for this image";
+}
+
 std::string RowRange(const std::vector<KelImage>& inputs) {
-  return "0 to " + std::to_string(inputs.front().Height() - 1) + " for this image";
+  return Range(0, inputs.front().Height() - 1);
 }
 
 std::string ColumnRange(const std::vector<KelImage>& inputs) {
-  return "0 to " + std::to_string(inputs.front().Width() - 1) + " for this image";
+  return Range(0, inputs.front().Width() - 1);
 }
 
 std::string ChannelRange(const std::vector<KelImage>& inputs) {
-  return "1 to " + std::to_string(inputs.front().Channels()) + " for this image";
+  return Range(1, inputs.front().Channels());
+}
+
+// How many images the rows can be dealt to.
+std::string CountRange(const std::vector<KelImage>& inputs) {
+  return Range(2, inputs.front().Height());
 }
 
 struct PixelOptions {
@@ -154,10 +162,7 @@ Command SplitRows() {
       .Formula("OUT = count images; row k of image i is row i + k * count of IN")
       .Example("kelra split-rows examples/images/camera.png fields/ --count 2")
       .Optional("--count", &SplitOptions::count, "2", "The number of images; 2 gives two fields")
-      .Checked(ERR_PARAM_1, "--count",
-               [](const std::vector<KelImage>& inputs) {
-                 return "2 to the image's " + std::to_string(inputs.front().Height()) + " rows";
-               })
+      .Checked(ERR_PARAM_1, "--count", CountRange)
       .Run([](Call& call, SplitOptions& options) {
         return call.operation.ImageRowSeparate(call.inputs[0], &call.outputs, options.count);
       });
