@@ -22,6 +22,7 @@ int main(int argc, char** argv) {
   KELRA::bench::RegisterGeometry();
   KELRA::bench::RegisterPaste();
   KELRA::bench::RegisterTwoImages();
+  KELRA::bench::RegisterAccess();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return 2;

@@ -10,7 +10,6 @@ namespace KELRA::bench {
 namespace {
 
 const cv::Size kSizes[] = {{64, 64}, {640, 480}, {4096, 3000}};
-constexpr int kTypes[] = {CV_8UC1, CV_8UC3, CV_16UC1, CV_16UC3};
 
 std::string NameOf(cv::Size size, int type) {
   return std::to_string(size.width) + "x" + std::to_string(size.height) + "/" +
@@ -93,6 +92,36 @@ void RegisterForAll(const Contenders& contenders, Channels channels) {
       if (channels == Channels::kOneAndThree || CV_MAT_CN(type) == 1) {
         Register(contenders, size, type);
       }
+    for (const int type : pair.types) {
+      const std::string name = pair.operation + "/" + NameOf(size, type);
+      Measure(name + "/kelra", size, type, [pair](benchmark::State& state, const cv::Mat& image) {
+        KelImageOperation op;
+        KelImage src(image);
+        KelImage dst;
+        // Untimed, so that all three write to pages that exist.
+        if (const KelLong status = pair.ours(op, src, &dst); status != STATUS_OK) {
+          state.SkipWithError(("status " + std::to_string(status)).c_str());
+        }
+        for (auto _ : state) {
+          pair.ours(op, src, &dst);
+          benchmark::DoNotOptimize(dst.ImageData());
+        }
+      });
+      Measure(name + "/opencv", size, type, [pair](benchmark::State& state, const cv::Mat& image) {
+        cv::Mat dst;
+        pair.opencv(image, &dst);
+        for (auto _ : state) {
+          pair.opencv(image, &dst);
+          benchmark::DoNotOptimize(dst.data);
+        }
+      });
+      Measure(name + "/copy", size, type, [](benchmark::State& state, const cv::Mat& image) {
+        cv::Mat dst = image.clone();
+        for (auto _ : state) {
+          std::memcpy(dst.data, image.data, image.total() * image.elemSize());
+          benchmark::ClobberMemory();
+        }
+      });
     }
   }
 }

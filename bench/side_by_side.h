@@ -7,6 +7,7 @@
 #include <functional>
 #include <opencv2/core.hpp>
 #include <string>
+#include <vector>
 
 namespace KELRA::bench {
 
@@ -15,6 +16,7 @@ struct SideBySide {
   // Both write the result for `image` into an output that is reused from call to call.
   std::function<KelLong(KelImageOperation& op, KelImage& image, KelImage* dst)> ours;
   std::function<void(const cv::Mat& image, cv::Mat* dst)> opencv;
+  std::vector<int> types = {CV_8UC1, CV_8UC3, CV_16UC1, CV_16UC3};
 };
 
 // The same with a second image of the same size and type; the copy moves as many bytes as two
@@ -38,5 +40,6 @@ void RegisterConstantArithmetic();
 void RegisterGeometry();
 void RegisterPaste();
 void RegisterTwoImages();
+void RegisterAccess();
 
 }  // namespace KELRA::bench
