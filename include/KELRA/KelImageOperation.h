@@ -414,8 +414,11 @@ class KELIMAGEOPERATION_API KelImageOperation {
   KelLong SetPixelValue(KelImage& src, KelImage* dst, int row, int column, int channel,
                         double value);
 
-  // dst = a deep copy of src, in new memory, with one channel set to `value` in the pixels of all
-  // runs of all regions.
+  // dst = a packed deep copy of src with one channel set to `value` in the pixels of all runs of
+  // all regions.
+  //
+  // Matrices that shared pixels with the output keep theirs; only one that is the output's alone is
+  // written in place.
   //
   // Runs and parts of runs outside the image are skipped; the regions' own sizes do not matter.
   // `channel` counts from 1: the only one of a grey image; otherwise backwards from the third

@@ -187,6 +187,34 @@ TEST(SetRegionValue, TheOutputMayBeTheInput) {
   EXPECT_TRUE(SameImage(kept.Mat(), before));
 }
 
+TEST(SetRegionValue, WritesInPlaceOnlyWhereNoOtherMatrixSeesIt) {
+  const cv::Mat image = RandomImage(5, 40, CV_16UC1);
+  KelRegionArray regions = {RegionOf({{2, 1, 33}})};
+  const cv::Mat expected = Painted(image, regions, 1, 200);
+  KelImageOperation op;
+  KelImage src(image);
+  KelImage dst;
+  ASSERT_EQ(op.SetRegionValue(src, &dst, regions, 1, 200), STATUS_OK);
+  const void* own = dst.ImageData();
+  dst.Mat().setTo(0);
+  ASSERT_EQ(op.SetRegionValue(src, &dst, regions, 1, 200), STATUS_OK);
+  EXPECT_EQ(dst.ImageData(), own);
+  EXPECT_TRUE(SameImage(dst.Mat(), expected));
+
+  const KelImage kept = dst;
+  const KelImage kept_before = kept.DeepCopy();
+  ASSERT_EQ(op.SetRegionValue(src, &dst, regions, 1, 300), STATUS_OK);
+  EXPECT_NE(dst.ImageData(), own);
+  EXPECT_TRUE(SameImage(kept.Mat(), kept_before.Mat()));
+  EXPECT_TRUE(SameImage(dst.Mat(), Painted(image, regions, 1, 300)));
+
+  // Alone with its pixels, but with gaps between its rows.
+  dst.Mat() = cv::Mat(RandomImage(5, 50, CV_16UC1), cv::Rect(3, 0, 40, 5));
+  ASSERT_EQ(op.SetRegionValue(src, &dst, regions, 1, 200), STATUS_OK);
+  EXPECT_TRUE(dst.Mat().isContinuous());
+  EXPECT_TRUE(SameImage(dst.Mat(), expected));
+}
+
 TEST(SetRegionValue, RegionsWithoutRunsLeaveACopy) {
   const cv::Mat image = RandomImage(3, 4, CV_8UC3);
   EXPECT_TRUE(SameImage(Paint(image, {KelRegion(), KelRegion(4, 3)}, 1, 200), image));
