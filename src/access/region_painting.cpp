@@ -1,8 +1,11 @@
 // SetRegionValue.
 
 #include <algorithm>
+#include <atomic>
 #include <climits>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 
 #include "KELRA/KelImageOperation.h"
 #include "access/region_value_bodies.h"
@@ -15,7 +18,8 @@ namespace {
 // Whether the matrix is a packed one of this size and type whose pixels no other matrix sees. Then
 // nobody can tell new memory from its own, which is faster.
 bool IsOwnOf(const cv::Mat& mat, cv::Size size, int type) {
-  return mat.u != nullptr && CV_XADD(&mat.u->refcount, 0) == 1 && mat.dims <= 2 &&
+  return mat.u != nullptr &&
+         std::atomic_ref(mat.u->refcount).load(std::memory_order_acquire) == 1 && mat.dims <= 2 &&
          mat.isContinuous() && mat.size() == size && mat.type() == type;
 }
 
