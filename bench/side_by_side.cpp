@@ -86,60 +86,28 @@ void Register(const Contenders& contenders, cv::Size size, int type) {
           });
 }
 
-void RegisterForAll(const Contenders& contenders, Channels channels) {
+void RegisterForAll(const Contenders& contenders, const std::vector<int>& types) {
   for (const cv::Size size : kSizes) {
-    for (const int type : kTypes) {
-      if (channels == Channels::kOneAndThree || CV_MAT_CN(type) == 1) {
-        Register(contenders, size, type);
-      }
-    for (const int type : pair.types) {
-      const std::string name = pair.operation + "/" + NameOf(size, type);
-      Measure(name + "/kelra", size, type, [pair](benchmark::State& state, const cv::Mat& image) {
-        KelImageOperation op;
-        KelImage src(image);
-        KelImage dst;
-        // Untimed, so that all three write to pages that exist.
-        if (const KelLong status = pair.ours(op, src, &dst); status != STATUS_OK) {
-          state.SkipWithError(("status " + std::to_string(status)).c_str());
-        }
-        for (auto _ : state) {
-          pair.ours(op, src, &dst);
-          benchmark::DoNotOptimize(dst.ImageData());
-        }
-      });
-      Measure(name + "/opencv", size, type, [pair](benchmark::State& state, const cv::Mat& image) {
-        cv::Mat dst;
-        pair.opencv(image, &dst);
-        for (auto _ : state) {
-          pair.opencv(image, &dst);
-          benchmark::DoNotOptimize(dst.data);
-        }
-      });
-      Measure(name + "/copy", size, type, [](benchmark::State& state, const cv::Mat& image) {
-        cv::Mat dst = image.clone();
-        for (auto _ : state) {
-          std::memcpy(dst.data, image.data, image.total() * image.elemSize());
-          benchmark::ClobberMemory();
-        }
-      });
+    for (const int type : types) {
+      Register(contenders, size, type);
     }
   }
 }
 
 }  // namespace
 
-void Register(const SideBySide& pair, Channels channels) {
+void Register(const SideBySide& pair) {
   RegisterForAll(
       {pair.operation,
        [=](KelImageOperation& op, KelImage& image, KelImage&, KelImage* dst) {
          return pair.ours(op, image, dst);
        },
        [=](const cv::Mat& image, const cv::Mat&, cv::Mat* dst) { pair.opencv(image, dst); }, 2},
-      channels);
+      pair.types);
 }
 
-void Register(const TwoImagesSideBySide& pair, Channels channels) {
-  RegisterForAll({pair.operation, pair.ours, pair.opencv, 3}, channels);
+void Register(const TwoImagesSideBySide& pair) {
+  RegisterForAll({pair.operation, pair.ours, pair.opencv, 3}, pair.types);
 }
 
 }  // namespace KELRA::bench

@@ -26,14 +26,13 @@ struct TwoImagesSideBySide {
   std::function<KelLong(KelImageOperation& op, KelImage& image, KelImage& second, KelImage* dst)>
       ours;
   std::function<void(const cv::Mat& image, const cv::Mat& second, cv::Mat* dst)> opencv;
+  std::vector<int> types = {CV_8UC1, CV_8UC3, CV_16UC1, CV_16UC3};
 };
-
-enum class Channels { kOneAndThree, kOne };
 
 // Registers the three benchmarks OPERATION/SIZE/TYPE/{kelra,opencv,copy} for every size, depth and
 // channel count.
-void Register(const SideBySide& pair, Channels channels = Channels::kOneAndThree);
-void Register(const TwoImagesSideBySide& pair, Channels channels = Channels::kOneAndThree);
+void Register(const SideBySide& pair);
+void Register(const TwoImagesSideBySide& pair);
 
 // Called by main; one function a family of operations.
 void RegisterConstantArithmetic();

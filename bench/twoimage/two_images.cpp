@@ -120,8 +120,8 @@ void RegisterTwoImages() {
               cv::compare(a, b, mask, cv::CMP_GT);
               a.copyTo(*dst);
               dst->setTo(255, mask);
-            }},
-           Channels::kOne);
+            },
+            {CV_8UC1, CV_16UC1}});
   static KelROI whole;
   Register({"CompareConst greater",
             [](KelImageOperation& op, KelImage& image, KelImage* dst) {
@@ -132,8 +132,8 @@ void RegisterTwoImages() {
               cv::compare(src, 100, mask, cv::CMP_GT);
               src.copyTo(*dst);
               dst->setTo(255, mask);
-            }},
-           Channels::kOne);
+            },
+            {CV_8UC1, CV_16UC1}});
 }
 
 }  // namespace KELRA::bench

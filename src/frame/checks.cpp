@@ -39,10 +39,6 @@ Status CheckConstant(const KelImage& image, int value, int smallest) {
   return value >= smallest && value <= LargestSample(image.BitDepth()) ? STATUS_OK : ERR_PARAM_1;
 }
 
-Status CheckSameDepth(const KelImage& first, const KelImage& second) {
-  return first.BitDepth() == second.BitDepth() ? STATUS_OK : ERR_DEPTH_MISMATCH;
-}
-
 Status CheckSameSize(const KelImage& first, const KelImage& second) {
   if (first.Width() != second.Width()) {
     return ERR_WIDTH_MISMATCH;

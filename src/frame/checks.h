@@ -24,13 +24,10 @@ Status CheckChannels(const KelImage& image);
 Status CheckRegionKind(const KelROI& roi);
 // ERR_PARAM_1: `value` is below `smallest` or above the largest sample of the image.
 Status CheckConstant(const KelImage& image, int value, int smallest);
-// ERR_DEPTH_MISMATCH: two images of different depths.
-Status CheckSameDepth(const KelImage& first, const KelImage& second);
 // ERR_WIDTH_MISMATCH, then ERR_HEIGHT_MISMATCH: two images of different sizes.
 Status CheckSameSize(const KelImage& first, const KelImage& second);
 // ERR_CHANNEL_MISMATCH: two images of different channel counts.
 Status CheckSameChannels(const KelImage& first, const KelImage& second);
-// ERR_IMAGE_EMPTY: there is no image, or no region, to write to.
 // ERR_IMAGE_EMPTY: there is nothing to write to.
 Status CheckOutput(const void* output);
 
