@@ -18,11 +18,14 @@ int main(int argc, char** argv) {
     cap.emplace(tbb::global_control::max_allowed_parallelism, static_cast<std::size_t>(count));
     cv::setNumThreads(count);
   }
+  KELRA::bench::RegisterAccess();
   KELRA::bench::RegisterConstantArithmetic();
   KELRA::bench::RegisterGeometry();
+  KELRA::bench::RegisterHoleFilling();
   KELRA::bench::RegisterPaste();
+  KELRA::bench::RegisterPointOperations();
+  KELRA::bench::RegisterStatistics();
   KELRA::bench::RegisterTwoImages();
-  KELRA::bench::RegisterAccess();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return 2;

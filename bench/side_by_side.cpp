@@ -4,10 +4,11 @@
 
 #include <cstdint>
 #include <cstring>
-#include <vector>
 
 namespace KELRA::bench {
 namespace {
+
+using Images = std::vector<cv::Mat>;
 
 const cv::Size kSizes[] = {{64, 64}, {640, 480}, {4096, 3000}};
 
@@ -16,17 +17,31 @@ std::string NameOf(cv::Size size, int type) {
          (CV_MAT_DEPTH(type) == CV_8U ? "8" : "16") + "-bit x" + std::to_string(CV_MAT_CN(type));
 }
 
-cv::Mat Noise(cv::Size size, int type, std::uint64_t seed) {
+cv::Mat Noise(cv::Size size, int type, int index) {
   cv::Mat image(size, type);
-  cv::RNG random(seed);
+  cv::RNG random(static_cast<std::uint64_t>(20 + index));
   random.fill(image, cv::RNG::UNIFORM, 0, CV_MAT_DEPTH(type) == CV_8U ? 256 : 65536);
   return image;
 }
 
-// Times `call`, which writes its result into the output that it is given. A first call is not
-// timed, so that all write to pages that exist.
+template <class Run>
+void Measure(const SeveralSideBySide& pair, cv::Size size, int type, const char* who, Run run) {
+  const std::string name = pair.operation + "/" + NameOf(size, type) + "/" + who;
+  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
+    Images images;
+    for (int i = 0; i < pair.inputs; ++i) {
+      images.push_back(pair.make ? pair.make(size, type, i) : Noise(size, type, i));
+    }
+    run(state, images);
+    const std::size_t bytes = images.size() * images[0].total() * images[0].elemSize();
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) *
+                            static_cast<std::int64_t>(bytes));
+  })->UseRealTime();
+}
+
+// Times the calls on one output, which the first, untimed call brings into memory.
 template <class Output, class Call>
-void Time(benchmark::State& state, const Call& call) {
+void Time(benchmark::State& state, Call call) {
   Output dst;
   call(&dst);
   for (auto _ : state) {
@@ -36,78 +51,58 @@ void Time(benchmark::State& state, const Call& call) {
   }
 }
 
-struct Contenders {
-  std::string operation;
-  std::function<KelLong(KelImageOperation& op, KelImage& image, KelImage& second, KelImage* dst)>
-      ours;
-  std::function<void(const cv::Mat& image, const cv::Mat& second, cv::Mat* dst)> opencv;
-  int images_moved;  // read and written
-};
+}  // namespace
 
-template <class Run>
-void Measure(const std::string& name, cv::Size size, int type, Run run) {
-  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
-    const cv::Mat image = Noise(size, type, 20);
-    run(state, image, Noise(size, type, 21));
-    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations()) *
-                            static_cast<std::int64_t>(image.total() * image.elemSize()));
-  })->UseRealTime();
-}
-
-void Register(const Contenders& contenders, cv::Size size, int type) {
-  const std::string name = contenders.operation + "/" + NameOf(size, type);
-  Measure(name + "/kelra", size, type,
-          [=](benchmark::State& state, const cv::Mat& image, const cv::Mat& second) {
-            KelImageOperation op;
-            KelImage first_image(image);
-            KelImage second_image(second);
-            Time<KelImage>(state, [&](KelImage* dst) {
-              const KelLong status = contenders.ours(op, first_image, second_image, dst);
-              if (status != STATUS_OK) {
-                state.SkipWithError(("status " + std::to_string(status)).c_str());
-              }
-            });
-          });
-  Measure(name + "/opencv", size, type,
-          [=](benchmark::State& state, const cv::Mat& image, const cv::Mat& second) {
-            Time<cv::Mat>(state, [&](cv::Mat* dst) { contenders.opencv(image, second, dst); });
-          });
-  Measure(name + "/copy", size, type,
-          [=](benchmark::State& state, const cv::Mat& image, const cv::Mat&) {
-            // Every byte copied is read once and written once.
-            const std::size_t bytes = image.total() * image.elemSize() *
-                                      static_cast<std::size_t>(contenders.images_moved) / 2;
-            const std::vector<std::uint8_t> src(bytes, 1);
-            std::vector<std::uint8_t> dst(bytes, 2);
-            for (auto _ : state) {
-              std::memcpy(dst.data(), src.data(), bytes);
-              benchmark::ClobberMemory();
-            }
-          });
-}
-
-void RegisterForAll(const Contenders& contenders, const std::vector<int>& types) {
+void Register(const SeveralSideBySide& pair) {
   for (const cv::Size size : kSizes) {
-    for (const int type : types) {
-      Register(contenders, size, type);
+    for (const int type : pair.types) {
+      Measure(pair, size, type, "kelra", [pair](benchmark::State& state, const Images& images) {
+        KelImageOperation op;
+        KelImageArray inputs;
+        for (const cv::Mat& image : images) {
+          inputs.Append(KelImage(image));
+        }
+        Time<KelImage>(state, [&](KelImage* dst) {
+          if (const KelLong status = pair.ours(op, inputs, dst); status != STATUS_OK) {
+            state.SkipWithError(("status " + std::to_string(status)).c_str());
+          }
+        });
+      });
+      Measure(pair, size, type, "opencv", [pair](benchmark::State& state, const Images& images) {
+        Time<cv::Mat>(state, [&](cv::Mat* dst) { pair.opencv(images, dst); });
+      });
+      Measure(pair, size, type, "copy", [](benchmark::State& state, const Images& images) {
+        // Every byte copied is read once and written once.
+        const std::size_t bytes =
+            images[0].total() * images[0].elemSize() * (images.size() + 1) / 2;
+        const std::vector<std::uint8_t> src(bytes, 1);
+        std::vector<std::uint8_t> dst(bytes, 2);
+        for (auto _ : state) {
+          std::memcpy(dst.data(), src.data(), bytes);
+          benchmark::ClobberMemory();
+        }
+      });
     }
   }
 }
 
-}  // namespace
-
-void Register(const SideBySide& pair) {
-  RegisterForAll(
-      {pair.operation,
-       [=](KelImageOperation& op, KelImage& image, KelImage&, KelImage* dst) {
-         return pair.ours(op, image, dst);
-       },
-       [=](const cv::Mat& image, const cv::Mat&, cv::Mat* dst) { pair.opencv(image, dst); }, 2},
-      pair.types);
+void Register(const TwoImagesSideBySide& pair) {
+  Register(SeveralSideBySide{
+      pair.operation, 2,
+      [pair](KelImageOperation& op, KelImageArray& images, KelImage* dst) {
+        return pair.ours(op, images[0], images[1], dst);
+      },
+      [pair](const Images& images, cv::Mat* dst) { pair.opencv(images[0], images[1], dst); },
+      pair.types});
 }
 
-void Register(const TwoImagesSideBySide& pair) {
-  RegisterForAll({pair.operation, pair.ours, pair.opencv, 3}, pair.types);
+void Register(const SideBySide& pair) {
+  Register(SeveralSideBySide{
+      pair.operation, 1,
+      [pair](KelImageOperation& op, KelImageArray& images, KelImage* dst) {
+        return pair.ours(op, images[0], dst);
+      },
+      [pair](const Images& images, cv::Mat* dst) { pair.opencv(images[0], dst); }, pair.types});
 }
 
 }  // namespace KELRA::bench

@@ -11,16 +11,15 @@
 
 namespace KELRA::bench {
 
+// Operations on one image. Both write the result into an output that is reused from call to call.
 struct SideBySide {
   std::string operation;
-  // Both write the result for `image` into an output that is reused from call to call.
   std::function<KelLong(KelImageOperation& op, KelImage& image, KelImage* dst)> ours;
   std::function<void(const cv::Mat& image, cv::Mat* dst)> opencv;
   std::vector<int> types = {CV_8UC1, CV_8UC3, CV_16UC1, CV_16UC3};
 };
 
-// The same with a second image of the same size and type; the copy moves as many bytes as two
-// images read and one written.
+// Operations on two images of one size and type.
 struct TwoImagesSideBySide {
   std::string operation;
   std::function<KelLong(KelImageOperation& op, KelImage& image, KelImage& second, KelImage* dst)>
@@ -29,16 +28,31 @@ struct TwoImagesSideBySide {
   std::vector<int> types = {CV_8UC1, CV_8UC3, CV_16UC1, CV_16UC3};
 };
 
+// Operations on several images of one size and type.
+struct SeveralSideBySide {
+  std::string operation;
+  int inputs;
+  std::function<KelLong(KelImageOperation& op, KelImageArray& images, KelImage* dst)> ours;
+  std::function<void(const std::vector<cv::Mat>& images, cv::Mat* dst)> opencv;
+  std::vector<int> types = {CV_8UC1, CV_8UC3, CV_16UC1, CV_16UC3};
+  // Makes an input; noise unless told otherwise.
+  std::function<cv::Mat(cv::Size size, int type, int index)> make = {};
+};
+
 // Registers the three benchmarks OPERATION/SIZE/TYPE/{kelra,opencv,copy} for every size, depth and
-// channel count.
+// channel count. The copy moves as many bytes as the inputs and the result have.
 void Register(const SideBySide& pair);
 void Register(const TwoImagesSideBySide& pair);
+void Register(const SeveralSideBySide& pair);
 
 // Called by main; one function a family of operations.
+void RegisterAccess();
 void RegisterConstantArithmetic();
 void RegisterGeometry();
+void RegisterHoleFilling();
 void RegisterPaste();
+void RegisterPointOperations();
+void RegisterStatistics();
 void RegisterTwoImages();
-void RegisterAccess();
 
 }  // namespace KELRA::bench
