@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstring>
 
 #include "frame/row_engine.h"
 #include "frame/row_views.h"
@@ -13,8 +12,8 @@ namespace {
 using kernels::Extent;
 using kernels::Rows;
 
-// With its result and trackers a tile takes at most 24 KiB.
-constexpr std::ptrdiff_t kExtremeTileBytes = 8192;
+// A tile's result or sums stay in the caches until the last image is folded in.
+constexpr std::ptrdiff_t kExtremeTileBytes = 32768;
 constexpr std::ptrdiff_t kMeanTileSamples = 2048;
 
 // A piece of a range of rows.
@@ -59,66 +58,105 @@ Rows<Sample> TileIn(Sample* memory, const Tile& tile) {
   return {memory, tile.extent.samples * static_cast<std::ptrdiff_t>(sizeof(Sample))};
 }
 
+// One tile of images, result and sums.
+template <class Sample>
+class TileReduction {
+ public:
+  TileReduction(Images images, const RowRange& rows, const Tile& tile)
+      : images_(images), rows_(rows), tile_(tile) {}
+
+  // Several images are folded at a time. Fewer fill up with the last one, which a maximum or
+  // minimum does not notice.
+  void Extreme(kernels::Combination extreme, bool include_result, Rows<Sample> result) const {
+    const Rows<const Sample> so_far{result.first, result.step};
+    for (std::size_t next = 0; next < images_.size();) {
+      kernels::FoldedRows<Sample> folded;
+      int count = 0;
+      if (next > 0 || include_result) {
+        folded.of[count++] = so_far;
+      }
+      for (; count < folded.kCount && next < images_.size(); ++count, ++next) {
+        folded.of[count] = Image(next);
+      }
+      if (count == 2) {
+        kernels_.combine_images[extreme](folded.of[0], folded.of[1], result, tile_.extent);
+        continue;
+      }
+      std::fill(folded.of + count, folded.of + folded.kCount, folded.of[count - 1]);
+      (extreme == kernels::kMaximum ? kernels_.fold_maximum : kernels_.fold_minimum)(folded, result,
+                                                                                     tile_.extent);
+    }
+  }
+
+  void AddTo(Rows<float> sums) const {
+    constexpr std::size_t kFolded = kernels::FoldedRows<Sample>::kCount;
+    std::size_t next = 0;
+    for (; next + kFolded <= images_.size(); next += kFolded) {
+      kernels::FoldedRows<Sample> folded;
+      for (std::size_t i = 0; i < kFolded; ++i) {
+        folded.of[i] = Image(next + i);
+      }
+      kernels_.fold_into_sums(folded, sums, tile_.extent);
+    }
+    for (; next < images_.size(); ++next) {
+      kernels_.add_to_sums(Image(next), sums, tile_.extent);
+    }
+  }
+
+  // Subtracts one extreme of each sample, which `memory` has room for.
+  void DropFrom(Rows<float> sums, kernels::Combination extreme, Sample* memory) const {
+    const Rows<Sample> dropped = TileIn(memory, tile_);
+    Extreme(extreme, false, dropped);
+    kernels_.subtract_from_sums({dropped.first, dropped.step}, sums, tile_.extent);
+  }
+
+  void RoundMeans(Rows<float> sums, float factor, Rows<Sample> result) const {
+    kernels_.means(sums, result, tile_.extent, factor);
+  }
+
+ private:
+  Rows<const Sample> Image(std::size_t index) const {
+    return TileOf<const Sample>(*images_[index], rows_, tile_);
+  }
+
+  const kernels::SampleKernels<Sample>& kernels_ = kernels::ActiveRowKernels().For<Sample>();
+  Images images_;
+  const RowRange& rows_;
+  const Tile& tile_;
+};
+
 template <class Sample>
 void ExtremeOfRows(Images images, kernels::Combination extreme, bool include_result,
                    cv::Mat* result, const RowRange& rows) {
-  const auto combine = kernels::ActiveRowKernels().For<Sample>().combine_images[extreme];
   const auto tile_samples = kExtremeTileBytes / static_cast<std::ptrdiff_t>(sizeof(Sample));
   ForEachTile(ExtentOf(images, nullptr, *result, rows), tile_samples, [&](const Tile& tile) {
-    const auto image = [&](std::size_t i) { return TileOf<const Sample>(*images[i], rows, tile); };
-    const auto dst = TileOf<Sample>(*result, rows, tile);
-    const Rows<const Sample> so_far{dst.first, dst.step};
-    std::size_t next = 0;
-    if (!include_result) {
-      combine(image(0), image(images.size() > 1 ? 1 : 0), dst, tile.extent);
-      next = 2;
-    }
-    for (; next < images.size(); ++next) {
-      combine(so_far, image(next), dst, tile.extent);
-    }
+    TileReduction<Sample>(images, rows, tile)
+        .Extreme(extreme, include_result, TileOf<Sample>(*result, rows, tile));
   });
 }
 
 template <class Sample>
 void MeanOfRows(Images images, Trim trim, cv::Mat* sums, cv::Mat* result, const RowRange& rows) {
-  const auto& row_kernels = kernels::ActiveRowKernels().For<Sample>();
   const int trimmed = (trim.smallest ? 1 : 0) + (trim.largest ? 1 : 0);
   const auto factor = static_cast<float>(1.0 / (static_cast<int>(images.size()) - trimmed));
   float sum_memory[kMeanTileSamples];
-  Sample smallest_memory[kMeanTileSamples];
-  Sample largest_memory[kMeanTileSamples];
+  Sample extreme_memory[kMeanTileSamples];
   ForEachTile(ExtentOf(images, sums, *result, rows), kMeanTileSamples, [&](const Tile& tile) {
-    const Extent& extent = tile.extent;
+    const TileReduction<Sample> reduction(images, rows, tile);
     Rows<float> sum = TileIn(sum_memory, tile);
     if (sums != nullptr) {
       sum = TileOf<float>(*sums, rows, tile);
     } else {
-      std::fill_n(sum_memory, extent.rows * extent.samples, 0.0F);
+      std::fill_n(sum_memory, tile.extent.rows * tile.extent.samples, 0.0F);
     }
-    const Rows<Sample> smallest = TileIn(smallest_memory, tile);
-    const Rows<Sample> largest = TileIn(largest_memory, tile);
-    const auto constant = [](const Rows<Sample>& tile_rows) {
-      return Rows<const Sample>{tile_rows.first, tile_rows.step};
-    };
-    std::memset(smallest_memory, 0xFF, sizeof(smallest_memory));
-    std::memset(largest_memory, 0, sizeof(largest_memory));
-    for (const cv::Mat* mat : images) {
-      const auto image = TileOf<const Sample>(*mat, rows, tile);
-      row_kernels.add_to_sums(image, sum, extent);
-      if (trim.smallest) {
-        row_kernels.combine_images[kernels::kMinimum](constant(smallest), image, smallest, extent);
-      }
-      if (trim.largest) {
-        row_kernels.combine_images[kernels::kMaximum](constant(largest), image, largest, extent);
-      }
-    }
+    reduction.AddTo(sum);
     if (trim.largest) {
-      row_kernels.subtract_from_sums(constant(largest), sum, extent);
+      reduction.DropFrom(sum, kernels::kMaximum, extreme_memory);
     }
     if (trim.smallest) {
-      row_kernels.subtract_from_sums(constant(smallest), sum, extent);
+      reduction.DropFrom(sum, kernels::kMinimum, extreme_memory);
     }
-    row_kernels.means(sum, TileOf<Sample>(*result, rows, tile), extent, factor);
+    reduction.RoundMeans(sum, factor, TileOf<Sample>(*result, rows, tile));
   });
 }
 

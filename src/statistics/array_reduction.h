@@ -1,7 +1,7 @@
 // Reduces images of one size and type to one image, sample by sample.
 //
-// The rows are cut into tiles that stay in the first cache while one image after the other is
-// folded in, so every sample is read from memory once.
+// The rows are cut into tiles that stay in the caches until all images are folded in, several at a
+// time, so every sample is read from memory once.
 #pragma once
 
 #include <opencv2/core.hpp>

@@ -67,6 +67,13 @@ enum Combination : int {
 };
 inline constexpr int kCombinationCount = 7;
 
+// The rows of several images.
+template <class Sample>
+struct FoldedRows {
+  static constexpr int kCount = 8;
+  Rows<const Sample> of[kCount];
+};
+
 template <class Sample>
 struct SampleKernels {
   // dst = saturate((src op constant) * scale + offset)
@@ -96,6 +103,9 @@ struct SampleKernels {
   using CombineImages = Saturate;
   // dst = the square root of src, to nearest
   using Root = void (*)(Rows<const Sample> src, Rows<Sample> dst, Extent extent);
+  // dst = the largest or smallest of all sources; sums = sums + each source, in their order
+  using Fold = void (*)(const FoldedRows<Sample>& src, Rows<Sample> dst, Extent extent);
+  using FoldIntoSums = void (*)(const FoldedRows<Sample>& src, Rows<float> sums, Extent extent);
   // sums = sums + src, or sums - src
   using Accumulate = void (*)(Rows<const Sample> src, Rows<float> sums, Extent extent);
   // sums = sums * factor, and dst = saturate(sums), to nearest, ties to even
@@ -111,7 +121,10 @@ struct SampleKernels {
   std::array<CombineConstant, kCombinationCount> combine_constant;
   std::array<CombineImages, kCombinationCount> combine_images;
   Root root;
-  // These three take rows without a tail.
+  // All that follow take rows without a tail.
+  Fold fold_maximum;
+  Fold fold_minimum;
+  FoldIntoSums fold_into_sums;
   Accumulate add_to_sums;
   Accumulate subtract_from_sums;
   Means means;

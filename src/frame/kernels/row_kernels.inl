@@ -298,6 +298,15 @@ struct Mean {
   }
 };
 
+// A formula of two applied to many, from the first to the last.
+template <class Formula>
+struct Folded {
+  static auto Vector(auto first, auto... rest) {
+    ((first = Formula::Vector(first, rest)), ...);
+    return first;
+  }
+};
+
 // An integer formula whose second operand is the same everywhere.
 template <class Sample, class Formula>
 struct WithOperand {
@@ -644,6 +653,21 @@ void SquareRoots(Rows<const Sample> src, Rows<Sample> dst, Extent extent) {
   WalkOneInput(Root<Sample>{}, extent, dst, src);
 }
 
+template <class Sample, class Formula>
+void FoldImages(const FoldedRows<Sample>& src, Rows<Sample> dst, Extent extent) {
+  const auto& of = src.of;
+  WalkBlocksOnly(Folded<Formula>{}, extent, dst, of[0], of[1], of[2], of[3], of[4], of[5], of[6],
+                 of[7]);
+}
+
+template <class Sample>
+void FoldIntoSums(const FoldedRows<Sample>& src, Rows<float> sums, Extent extent) {
+  using As = RowsAsFloats<Sample>;
+  const auto& of = src.of;
+  WalkBlocksOnly(Folded<Sum>{}, extent, sums, sums, As{of[0]}, As{of[1]}, As{of[2]}, As{of[3]},
+                 As{of[4]}, As{of[5]}, As{of[6]}, As{of[7]});
+}
+
 template <class Sample, class Term>
 void Accumulate(Rows<const Sample> src, Rows<float> sums, Extent extent) {
   WalkBlocksOnly(Term{}, extent, sums, sums, RowsAsFloats<Sample>{src});
@@ -684,6 +708,9 @@ inline constexpr SampleKernels<Sample> kSampleKernels = {
                        OfBoth<Sample, BitwiseXor>, OfBoth<Sample, Maximum>, OfBoth<Sample, Minimum>,
                        OfBoth<Sample, AbsoluteDifference>, OfBoth<Sample, Mean>},
     .root = SquareRoots<Sample>,
+    .fold_maximum = FoldImages<Sample, Maximum>,
+    .fold_minimum = FoldImages<Sample, Minimum>,
+    .fold_into_sums = FoldIntoSums<Sample>,
     .add_to_sums = Accumulate<Sample, Sum>,
     .subtract_from_sums = Accumulate<Sample, Difference>,
     .means = Means<Sample>,
