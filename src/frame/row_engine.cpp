@@ -27,13 +27,9 @@ void ForEachRowRange(int rows, std::size_t bytes, FunctionRef<void(const RowRang
     return;
   }
   const RowRange range(0, rows, static_cast<std::size_t>(grain));
-  if (parallel < 1) {
-    tbb::parallel_for(range, body, tbb::auto_partitioner());
-  } else {
-    // A context of its own: the caller's cancellation does not leave rows unwritten.
-    tbb::task_group_context context(tbb::task_group_context::isolated);
-    tbb::parallel_for(range, body, tbb::auto_partitioner(), context);
-  }
+  // A context of its own: a caller's cancelled tasks must not leave rows unwritten.
+  tbb::task_group_context context(tbb::task_group_context::isolated);
+  tbb::parallel_for(range, body, tbb::auto_partitioner(), context);
 }
 
 }  // namespace KELRA

@@ -118,7 +118,7 @@ TEST(RowEngine, WhatTheBodyThrowsPassesToTheCaller) {
 
 // Otherwise a caller inside a cancelled group would take pixels that nobody wrote for a result.
 TEST(RowEngine, CancellationOfTheCallersTasksLeavesNoRowOut) {
-  for (const int parallel : {2, 3, 1000000}) {
+  for (const int parallel : {-1, 0, 2, 3, 1000000}) {
     const ScopedSettings settings({.parallel = parallel});
     std::vector<int> of_row;
     tbb::task_group_context callers;
