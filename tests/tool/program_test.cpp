@@ -306,7 +306,7 @@ TEST_F(Program, TellsWhatWasGotAndWhatWasExpected) {
            {{"add-const", "--value", "1"}, 2, "got 0 files, expected IN OUT"},
            {{"add-const", in, "", "--value", "1"}, 2, "empty file name"},
            {{"add-const", in, deep, "out.png", "--value", "1"}, 2, "out.png is not a folder"},
-           {{"divide"}, 2, "kelra: divide: no such command"},
+           {{"halve"}, 2, "kelra: halve: no such command"},
            {{"--colour"}, 2, "--colour"},
            {{}, 2, "no command given"}}) {
     ExpectTold(Failure(c.arguments, c.exit_code), c.told);

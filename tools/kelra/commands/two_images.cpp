@@ -159,7 +159,7 @@ Command DeclareCompare() {
   return Comparison(Form::kPair, "compare", "Marks where two images relate")
       .Formula("OUT = mark where A and B relate, else A; column 0 stays A")
       .Example(
-          "kelra compare examples/images/camera.png examples/images/coins.png brighter.png "
+          "kelra compare examples/images/camera.png examples/images/coins.png larger.png "
           "--mode gt")
       .Run([](Call& call, ComparisonOptions& options) {
         return call.operation.Compare(call.inputs[0], call.inputs[1], &call.output,
