@@ -56,7 +56,7 @@ inline constexpr int kRelationCount = 6;
 
 // Combinations of two samples in which blocks and tails do not differ. kMean is rounded to nearest,
 // ties to even.
-enum Combination : int {
+enum Combination : unsigned {
   kBitAnd = 0,
   kBitOr = 1,
   kBitXor = 2,
