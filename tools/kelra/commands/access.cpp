@@ -73,7 +73,7 @@ Command SetPixel() {
   CommandBuilder<PixelOptions> builder(Form::kEach, "set-pixel", "Changes one sample of a pixel");
   builder.Formula("OUT = IN, with OUT(row, column)[channel] = value truncated toward zero")
       .Example(
-          "kelra set-pixel examples/images/coins.png marked.png --row 150 --column 192 --value 255")
+          "kelra set-pixel examples/images/coins.png dotted.png --row 150 --column 192 --value 255")
       .Required("--value", &PixelOptions::value,
                 "The sample, 0 to 255 for 8-bit and to 65535 for 16-bit images")
       .Checked(ERR_PARAM_4, "--value", SampleRange(0));
