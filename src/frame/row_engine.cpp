@@ -12,7 +12,7 @@ namespace KELRA {
 namespace {
 
 // Work below this takes one thread some microseconds, about what waking a second one takes.
-constexpr std::size_t kSerialBytes = 128 * 1024;
+constexpr std::size_t kSerialBytes = std::size_t{128} * 1024;
 
 }  // namespace
 

@@ -20,6 +20,7 @@ Status CheckPointCounts(const KelPointArray& from, const KelPointArray& to, int 
 
 std::vector<cv::Point2f> InSinglePrecision(const KelPointArray& points) {
   std::vector<cv::Point2f> narrowed;
+  narrowed.reserve(static_cast<std::size_t>(points.Length()));
   for (int i = 0; i < points.Length(); ++i) {
     narrowed.emplace_back(static_cast<float>(points[i].x), static_cast<float>(points[i].y));
   }

@@ -54,7 +54,7 @@ void WriteConstantAndCompare(const KelImage& src, KelImage* dst, kernels::Combin
   cv::Mat& output = dst->Mat();
   const bool has_size = dst->Width() == src.Width() && dst->Height() == src.Height();
   if (has_size && output.type() != src.Mat().type()) {
-    const cv::Mat input = src.Mat();
+    const cv::Mat& input = src.Mat();
     output.setTo(cv::Scalar::all(value));
     operation == kernels::kMaximum ? cv::max(output, input, output)
                                    : cv::min(output, input, output);

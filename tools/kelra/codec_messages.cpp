@@ -11,8 +11,8 @@ namespace {
 thread_local std::string t_caught;
 
 void Catch(const char* text, std::size_t length) {
-  constexpr std::size_t enough = 1000;
-  if (t_caught.size() < enough) {
+  constexpr std::size_t kEnough = 1000;
+  if (t_caught.size() < kEnough) {
     t_caught.append(text, length);
   }
 }

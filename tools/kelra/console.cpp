@@ -61,10 +61,10 @@ void Console::Draw() {
   if (total_ == 0) {
     return;
   }
-  constexpr std::size_t bar_width = 30;
-  const std::size_t filled = done_ * bar_width / total_;
+  constexpr std::size_t kBarWidth = 30;
+  const std::size_t filled = done_ * kBarWidth / total_;
   const std::string bar = "\r" + label_ + " [" + std::string(filled, '#') +
-                          std::string(bar_width - filled, '.') + "] " + std::to_string(done_) +
+                          std::string(kBarWidth - filled, '.') + "] " + std::to_string(done_) +
                           " of " + std::to_string(total_);
   std::fwrite(bar.data(), 1, bar.size(), stream_);
   std::fflush(stream_);

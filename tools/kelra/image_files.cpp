@@ -114,14 +114,14 @@ void CheckHolds(const Format& format, const std::filesystem::path& path, const K
 // for the other formats it fails by itself.
 bool IsCutJpeg(const Bytes& bytes) {
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  constexpr std::string_view start_marker = "\xFF\xD8\xFF";
-  constexpr std::string_view scan_marker = "\xFF\xDA";
-  constexpr std::string_view end_marker = "\xFF\xD9";
-  if (!text.starts_with(start_marker)) {
+  constexpr std::string_view kStartMarker = "\xFF\xD8\xFF";
+  constexpr std::string_view kScanMarker = "\xFF\xDA";
+  constexpr std::string_view kEndMarker = "\xFF\xD9";
+  if (!text.starts_with(kStartMarker)) {
     return false;
   }
-  const std::size_t scan = text.rfind(scan_marker);
-  return scan == std::string_view::npos || text.find(end_marker, scan) == std::string_view::npos;
+  const std::size_t scan = text.rfind(kScanMarker);
+  return scan == std::string_view::npos || text.find(kEndMarker, scan) == std::string_view::npos;
 }
 
 }  // namespace
@@ -193,11 +193,11 @@ std::string SizeText(const KelImage& image) {
 }
 
 std::string DepthText(KelImageType depth) {
-  constexpr std::array<const char*, 7> depth_names = {
+  constexpr std::array<const char*, 7> kDepthNames = {
       "8-bit",         "8-bit signed", "16-bit",      "16-bit signed",
       "32-bit signed", "32-bit float", "64-bit float"};
   const auto index = static_cast<std::size_t>(depth);
-  return index < depth_names.size() ? depth_names[index] : "unknown";
+  return index < kDepthNames.size() ? kDepthNames[index] : "unknown";
 }
 
 std::string ChannelText(int channels) {

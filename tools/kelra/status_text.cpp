@@ -157,8 +157,8 @@ const StatusEntry* Find(KelLong status) {
 }
 
 bool IsAboutRegion(KelLong status) {
-  constexpr KelLong region_library = 1300;
-  return status == ERR_ROI_TYPE || status / 10000 == region_library;
+  constexpr KelLong kRegionLibrary = 1300;
+  return status == ERR_ROI_TYPE || status / 10000 == kRegionLibrary;
 }
 
 // "--value 300: "

@@ -71,12 +71,12 @@ KelPointArray Points(const std::vector<double>& numbers, const std::string& expe
 }
 
 std::vector<std::string_view> Words(std::string_view line) {
-  constexpr std::string_view blanks = " \t\r";
+  constexpr std::string_view kBlanks = " \t\r";
   std::vector<std::string_view> words;
-  for (std::size_t begin = line.find_first_not_of(blanks); begin != std::string_view::npos;) {
-    const std::size_t end = std::min(line.find_first_of(blanks, begin), line.size());
+  for (std::size_t begin = line.find_first_not_of(kBlanks); begin != std::string_view::npos;) {
+    const std::size_t end = std::min(line.find_first_of(kBlanks, begin), line.size());
     words.push_back(line.substr(begin, end - begin));
-    begin = line.find_first_not_of(blanks, end);
+    begin = line.find_first_not_of(kBlanks, end);
   }
   return words;
 }
@@ -343,10 +343,10 @@ void ParseValue(std::string_view text, RawLayout* value) {
 }
 
 std::string RegionHelp() {
-  constexpr std::size_t meaning_column = 32;
+  constexpr std::size_t kMeaningColumn = 32;
   std::string help;
   const auto line = [&](std::string form, std::string_view meaning) {
-    form.resize(std::max(form.size() + 1, meaning_column), ' ');
+    form.resize(std::max(form.size() + 1, kMeaningColumn), ' ');
     help += "  " + form + std::string(meaning) + "\n";
   };
   line("whole", "the whole image");

@@ -103,19 +103,19 @@ HBITMAP CreateBitmap(int width, int height, unsigned planes, unsigned bitsPerPix
 }
 
 int GetObjectW(void* handle, int size, void* record) {
-  constexpr int record_size = sizeof(BITMAP);
+  constexpr int kRecordSize = sizeof(BITMAP);
   BITMAP found;
   if (!Bitmaps().Find(handle, &found)) {
     return 0;
   }
   if (record == nullptr) {
-    return record_size;
+    return kRecordSize;
   }
-  if (size < record_size) {
+  if (size < kRecordSize) {
     return 0;
   }
   std::memcpy(record, &found, sizeof(found));
-  return record_size;
+  return kRecordSize;
 }
 
 int DeleteObject(void* handle) { return Bitmaps().Erase(handle) ? 1 : 0; }
