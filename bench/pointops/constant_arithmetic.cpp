@@ -25,6 +25,20 @@ void RegisterConstantArithmetic() {
               return op.SubtractConst(src, whole, dst, 40, 1.1F, 3.0F);
             },
             [](const cv::Mat& src, cv::Mat* dst) { src.convertTo(*dst, -1, 1.1, -40 * 1.1 + 3); }});
+  // OpenCV's own product and quotient by a constant; and, below, the one rounded factor by which a
+  // user who knows its bytes to differ would replace them.
+  Register(
+      {"MultiplyConst 3, x0.7",
+       [](KelImageOperation& op, KelImage& src, KelImage* dst) {
+         return op.MultiplyConst(src, whole, dst, 3, 0.7F, 0.0F);
+       },
+       [](const cv::Mat& src, cv::Mat* dst) { cv::multiply(src, cv::Scalar::all(3), *dst, 0.7); }});
+  Register(
+      {"DivideConst 3, x2",
+       [](KelImageOperation& op, KelImage& src, KelImage* dst) {
+         return op.DivideConst(src, whole, dst, 3, 2.0F, 0.0F);
+       },
+       [](const cv::Mat& src, cv::Mat* dst) { cv::divide(src, cv::Scalar::all(3), *dst, 2.0); }});
   Register({"MultiplyConst 3, x0.7 +3",
             [](KelImageOperation& op, KelImage& src, KelImage* dst) {
               return op.MultiplyConst(src, whole, dst, 3, 0.7F, 3.0F);
