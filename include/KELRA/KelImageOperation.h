@@ -4,9 +4,11 @@
 //
 // Images. 8-bit or 16-bit unsigned samples, one or three interleaved channels, rows of any stride;
 // channels are never reordered. Inputs are read only unless a method says otherwise. The result is
-// assigned to the output image's matrix: an output that already has the result's size and type is
-// written in place, in its own memory; otherwise it gets a new matrix. The output may be an input
-// or share its pixels; the result is the same as with a separate output.
+// assigned to the output image's matrix. On the whole image an output that already has the result's
+// size and type is written in place, in its own memory. In all other cases it gets a new matrix:
+// where a region is cut out, and where an output under a run-length region shares the input's
+// pixels, too. The output may be an input or share its pixels; the result is the same as with a
+// separate output.
 //
 // Regions. A method that takes a region works on the pixels inside it; all others keep the input's
 // values. Blocks and tails of rows (below) count on the region's bounding box when the region is
