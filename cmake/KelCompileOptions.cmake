@@ -23,6 +23,8 @@ if(MSVC)
 else()
   # A contracted multiply-add would round once where the formulas round twice.
   add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wconversion -ffp-contract=off)
+  # A call makes some twenty calls of the sibling libraries; they need no stubs in between.
+  add_compile_options(-fno-plt)
   if(KELRA_WARNINGS_AS_ERRORS)
     add_compile_options(-Werror)
   endif()

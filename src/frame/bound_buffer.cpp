@@ -14,14 +14,8 @@ void BoundBuffer::Bind(cv::Mat& buffer, const KelImage& src, KelImage* dst) {
   KeepPixels(buffer, src);
   const cv::Mat& input = src.Mat();
   buffer.create(input.size(), input.type());
-  bound_ = buffer;
+  bound_ = &buffer;
   dst->Mat() = buffer;
-}
-
-BoundBuffer::~BoundBuffer() {
-  if (!bound_.empty()) {
-    bound_.setTo(0.0);
-  }
 }
 
 }  // namespace KELRA

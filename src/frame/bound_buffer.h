@@ -11,7 +11,11 @@ namespace KELRA {
 class BoundBuffer {
  public:
   BoundBuffer() = default;
-  ~BoundBuffer();
+  ~BoundBuffer() {
+    if (bound_ != nullptr) {
+      bound_->setTo(0.0);
+    }
+  }
   BoundBuffer(const BoundBuffer&) = delete;
   BoundBuffer& operator=(const BoundBuffer&) = delete;
 
@@ -23,10 +27,10 @@ class BoundBuffer {
   static void KeepPixels(cv::Mat& buffer, const KelImage& input);
 
   // The whole buffer holds a result.
-  void MarkOverwritten() { bound_.release(); }
+  void MarkOverwritten() { bound_ = nullptr; }
 
  private:
-  cv::Mat bound_;
+  cv::Mat* bound_ = nullptr;
 };
 
 }  // namespace KELRA

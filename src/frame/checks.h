@@ -6,29 +6,77 @@
 
 namespace KELRA {
 
-inline bool IsSupportedDepth(KelImageType depth) { return (depth & ~KEL_16U) == 0; }
+inline bool IsSupportedDepth(int depth) { return (depth & ~KEL_16U) == 0; }
 inline bool HasOneOrThreeChannels(const cv::Mat& mat) { return (mat.type() & 0xFE8) == 0; }
 
 // The largest sample of a supported depth.
-inline int LargestSample(KelImageType depth) { return depth == KEL_8U ? 255 : 65535; }
+inline int LargestSample(int depth) { return depth == KEL_8U ? 255 : 65535; }
 
 // ERR_IMAGE_EMPTY: width times height is 0, or the matrix has more than two dimensions.
-Status CheckNotEmpty(const KelImage& image);
+inline Status CheckNotEmpty(const cv::Mat& mat) {
+  const bool has_pixels = mat.dims <= 2 && mat.data != nullptr && mat.rows > 0 && mat.cols > 0;
+  return has_pixels ? STATUS_OK : ERR_IMAGE_EMPTY;
+}
+inline Status CheckNotEmpty(const KelImage& image) { return CheckNotEmpty(image.Mat()); }
+
 // ERR_BIT_DEPTH: neither 8-bit nor 16-bit unsigned.
-Status CheckBitDepth(const KelImage& image);
+inline Status CheckBitDepth(const cv::Mat& mat) {
+  return IsSupportedDepth(mat.depth()) ? STATUS_OK : ERR_BIT_DEPTH;
+}
+inline Status CheckBitDepth(const KelImage& image) { return CheckBitDepth(image.Mat()); }
+
 // ERR_DEPTH_MISMATCH: samples of different types.
-Status CheckSameDepth(const KelImage& first, const KelImage& second);
+inline Status CheckSameDepth(const KelImage& first, const KelImage& second) {
+  return first.Mat().depth() == second.Mat().depth() ? STATUS_OK : ERR_DEPTH_MISMATCH;
+}
+
 // ERR_CHANNEL_COUNT: neither one nor three channels.
-Status CheckChannels(const KelImage& image);
+inline Status CheckChannels(const cv::Mat& mat) {
+  return HasOneOrThreeChannels(mat) ? STATUS_OK : ERR_CHANNEL_COUNT;
+}
+inline Status CheckChannels(const KelImage& image) { return CheckChannels(image.Mat()); }
+
 // ERR_ROI_TYPE: a kind of region that has no area.
-Status CheckRegionKind(const KelROI& roi);
+inline Status CheckRegionKind(const KelROI& roi) {
+  switch (roi.ROIType()) {
+    case KEL_ROI_RECTANGLE:
+    case KEL_ROI_POLYGON:
+    case KEL_ROI_ROTATED_RECTANGLE:
+    case KEL_ROI_ANNULUS:
+    case KEL_ROI_CIRCLE:
+    case KEL_ROI_ELLIPSE:
+    case KEL_ROI_REGION:
+    case KEL_ROI_WHOLE_IMAGE:
+      return STATUS_OK;
+    default:
+      return ERR_ROI_TYPE;
+  }
+}
+
 // ERR_PARAM_1: `value` is below `smallest` or above the largest sample of the image.
-Status CheckConstant(const KelImage& image, int value, int smallest);
+inline Status CheckConstant(const cv::Mat& mat, int value, int smallest) {
+  return value >= smallest && value <= LargestSample(mat.depth()) ? STATUS_OK : ERR_PARAM_1;
+}
+inline Status CheckConstant(const KelImage& image, int value, int smallest) {
+  return CheckConstant(image.Mat(), value, smallest);
+}
+
 // ERR_WIDTH_MISMATCH, then ERR_HEIGHT_MISMATCH: two images of different sizes.
-Status CheckSameSize(const KelImage& first, const KelImage& second);
+inline Status CheckSameSize(const KelImage& first, const KelImage& second) {
+  if (first.Width() != second.Width()) {
+    return ERR_WIDTH_MISMATCH;
+  }
+  return first.Height() == second.Height() ? STATUS_OK : ERR_HEIGHT_MISMATCH;
+}
+
 // ERR_CHANNEL_MISMATCH: two images of different channel counts.
-Status CheckSameChannels(const KelImage& first, const KelImage& second);
+inline Status CheckSameChannels(const KelImage& first, const KelImage& second) {
+  return first.Channels() == second.Channels() ? STATUS_OK : ERR_CHANNEL_MISMATCH;
+}
+
 // ERR_IMAGE_EMPTY: there is nothing to write to.
-Status CheckOutput(const void* output);
+inline Status CheckOutput(const void* output) {
+  return output != nullptr ? STATUS_OK : ERR_IMAGE_EMPTY;
+}
 
 }  // namespace KELRA

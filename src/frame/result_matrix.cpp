@@ -16,11 +16,22 @@ std::ptrdiff_t RowStep(const cv::Mat& mat) {
   return mat.rows > 1 ? static_cast<std::ptrdiff_t>(mat.step[0]) : 0;
 }
 
+bool Holds(const cv::Mat& mat, cv::Size size, int type) {
+  return mat.dims <= 2 && mat.data != nullptr && mat.size() == size && mat.type() == type;
+}
+
+// Whether a pixel of `result` may be written once the same pixel of `input` has been read.
+bool CanBeReadWhileWriting(const cv::Mat& result, const cv::Mat& input) {
+  const bool same = result.data == input.data && RowStep(result) == RowStep(input) &&
+                    result.size() == input.size() && result.type() == input.type();
+  return same || !SharesPixels(result, input);
+}
+
 }  // namespace
 
 cv::Mat& ResultMatrix(KelImage* output, cv::Size size, int type, cv::Mat* fresh) {
   cv::Mat& own = output->Mat();
-  if (own.dims <= 2 && own.data != nullptr && own.size() == size && own.type() == type) {
+  if (Holds(own, size, type)) {
     return own;
   }
   fresh->create(size, type);
@@ -53,13 +64,26 @@ bool SharesPixels(const cv::Mat& a, const cv::Mat& b) {
 }
 
 const cv::Mat& InputToReadWhileWriting(const cv::Mat& result, const cv::Mat& input, cv::Mat* copy) {
-  const bool same = result.data == input.data && RowStep(result) == RowStep(input) &&
-                    result.size() == input.size() && result.type() == input.type();
-  if (same || !SharesPixels(result, input)) {
+  if (CanBeReadWhileWriting(result, input)) {
     return input;
   }
   *copy = input.clone();
   return *copy;
+}
+
+void ComputePixelwise(const cv::Mat& input, KelImage* output,
+                      FunctionRef<void(const cv::Mat& input, cv::Mat& result)> work) {
+  cv::Mat& own = output->Mat();
+  // The common case makes no matrix: on a small image that would take as long as its pixels.
+  if (Holds(own, input.size(), input.type()) && CanBeReadWhileWriting(own, input)) {
+    work(input, own);
+    return;
+  }
+  cv::Mat fresh;
+  cv::Mat& result = ResultMatrix(output, input.size(), input.type(), &fresh);
+  cv::Mat copy;
+  work(InputToReadWhileWriting(result, input, &copy), result);
+  AssignResult(result, output);
 }
 
 cv::Mat& ResultMatrixApart(const cv::Mat& input, KelImage* output, cv::Size size, int type,

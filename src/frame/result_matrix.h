@@ -4,6 +4,7 @@
 #include <opencv2/core.hpp>
 
 #include "KELRA/KelData.h"
+#include "frame/function_ref.h"
 
 namespace KELRA {
 
@@ -20,6 +21,12 @@ bool SharesPixels(const cv::Mat& a, const cv::Mat& b);
 // `input`: the input itself where they are apart or one and the same, otherwise a copy of it that
 // is made in `copy`.
 const cv::Mat& InputToReadWhileWriting(const cv::Mat& result, const cv::Mat& input, cv::Mat* copy);
+
+// Calls `work(input, result)`, which computes each pixel of the result from the same pixel of the
+// input, and makes the result, of the input's size and type, the output's matrix. The output may be
+// the input or share its pixels.
+void ComputePixelwise(const cv::Mat& input, KelImage* output,
+                      FunctionRef<void(const cv::Mat& input, cv::Mat& result)> work);
 
 // As ResultMatrix, but a new matrix also when the output shares pixels with `input`: for operations
 // that read other pixels of the input than the one they write.

@@ -46,19 +46,15 @@ template <class Sample, int Channels>
 BlockwiseConstant<Sample, Channels>::BlockwiseConstant(cv::Mat* output, const cv::Mat& input,
                                                        OperationCode code, int constant,
                                                        float scale, float offset)
-    : output_(output),
-      input_(HeaderOf(input)),
-      code_(code),
-      constant_(constant),
-      linear_{scale, offset} {
+    : output_(output), input_(&input), code_(code), constant_(constant), linear_{scale, offset} {
   CV_DbgAssert(input.channels() == Channels);
 }
 
 template <class Sample, int Channels>
 void BlockwiseConstant<Sample, Channels>::operator()(const RowRange& rows) const {
   const auto& row_kernels = kernels::ActiveRowKernels().For<Sample>();
-  const Extent extent = Optimized(BlocksAndTail<Sample>(input_, rows), *output_, input_);
-  const auto src = RowsOf<const Sample>(input_, rows);
+  const Extent extent = Optimized(BlocksAndTail<Sample>(*input_, rows), *output_, *input_);
+  const auto src = RowsOf<const Sample>(*input_, rows);
   const auto dst = RowsOf<Sample>(*output_, rows);
   if (IsSumOrDifference(code_) && IsWhole(linear_)) {
     row_kernels.shift(src, dst, extent, ShiftOf<Sample>(code_, constant_, linear_.offset));
@@ -70,13 +66,13 @@ void BlockwiseConstant<Sample, Channels>::operator()(const RowRange& rows) const
 template <class Sample>
 PlainConstant<Sample>::PlainConstant(cv::Mat* output, const cv::Mat& input, int constant,
                                      float scale, float offset)
-    : output_(output), input_(HeaderOf(input)), constant_(constant), linear_{scale, offset} {}
+    : output_(output), input_(&input), constant_(constant), linear_{scale, offset} {}
 
 template <class Sample>
 void PlainConstant<Sample>::operator()(const RowRange& rows) const {
   kernels::ActiveRowKernels().For<Sample>().with_constant[code_](
-      RowsOf<const Sample>(input_, rows), RowsOf<Sample>(*output_, rows),
-      Optimized(BlocksOnly(input_, rows), *output_, input_), static_cast<float>(constant_),
+      RowsOf<const Sample>(*input_, rows), RowsOf<Sample>(*output_, rows),
+      Optimized(BlocksOnly(*input_, rows), *output_, *input_), static_cast<float>(constant_),
       linear_);
 }
 
@@ -84,20 +80,17 @@ template <class Sample, int Channels>
 BlockwiseImages<Sample, Channels>::BlockwiseImages(cv::Mat* output, const cv::Mat& input,
                                                    const cv::Mat& second, OperationCode code,
                                                    float scale, float offset)
-    : output_(output),
-      input_(HeaderOf(input)),
-      second_(HeaderOf(second)),
-      code_(code),
-      linear_{scale, offset} {
+    : output_(output), input_(&input), second_(&second), code_(code), linear_{scale, offset} {
   CV_DbgAssert(input.channels() == Channels);
 }
 
 template <class Sample, int Channels>
 void BlockwiseImages<Sample, Channels>::operator()(const RowRange& rows) const {
   const auto& row_kernels = kernels::ActiveRowKernels().For<Sample>();
-  const Extent extent = Optimized(BlocksAndTail<Sample>(input_, rows), *output_, input_, second_);
-  const auto a = RowsOf<const Sample>(input_, rows);
-  const auto b = RowsOf<const Sample>(second_, rows);
+  const Extent extent =
+      Optimized(BlocksAndTail<Sample>(*input_, rows), *output_, *input_, *second_);
+  const auto a = RowsOf<const Sample>(*input_, rows);
+  const auto b = RowsOf<const Sample>(*second_, rows);
   const auto dst = RowsOf<Sample>(*output_, rows);
   if (IsSumOrDifference(code_) && linear_.scale == 1.0F && linear_.offset == 0.0F) {
     (code_ == kernels::kAdd ? row_kernels.add : row_kernels.subtract)(a, b, dst, extent);
@@ -109,14 +102,14 @@ void BlockwiseImages<Sample, Channels>::operator()(const RowRange& rows) const {
 template <class Sample>
 PlainImages<Sample>::PlainImages(cv::Mat* output, const cv::Mat& input, const cv::Mat& second,
                                  float scale, float offset)
-    : output_(output), input_(HeaderOf(input)), second_(HeaderOf(second)), linear_{scale, offset} {}
+    : output_(output), input_(&input), second_(&second), linear_{scale, offset} {}
 
 template <class Sample>
 void PlainImages<Sample>::operator()(const RowRange& rows) const {
   kernels::ActiveRowKernels().For<Sample>().with_image[code_](
-      RowsOf<const Sample>(input_, rows), RowsOf<const Sample>(second_, rows),
+      RowsOf<const Sample>(*input_, rows), RowsOf<const Sample>(*second_, rows),
       RowsOf<Sample>(*output_, rows),
-      Optimized(BlocksOnly(input_, rows), *output_, input_, second_), linear_);
+      Optimized(BlocksOnly(*input_, rows), *output_, *input_, *second_), linear_);
 }
 
 template class BlockwiseConstant<std::uint8_t, 1>;

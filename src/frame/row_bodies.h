@@ -1,9 +1,9 @@
 // The bodies of the arithmetic operations: each computes a range of rows of an output from its
 // inputs.
 //
-// A body holds a pointer to the output, which has the first input's size and type, and headers of
-// the inputs, which share their pixels. The first input's columns bound every row. Bodies only read
-// their inputs; the output may be one of them.
+// A body points to the output, which has the first input's size and type, and to the inputs; its
+// launcher keeps them. The first input's columns bound every row. Bodies only read their inputs;
+// the output may be one of them.
 #pragma once
 
 #include <cstdint>
@@ -29,7 +29,7 @@ class BlockwiseConstant {
 
  private:
   cv::Mat* output_;
-  cv::Mat input_;
+  const cv::Mat* input_;
   OperationCode code_;
   int constant_;
   kernels::Linear linear_;
@@ -44,7 +44,7 @@ class PlainConstant {
 
  private:
   cv::Mat* output_;
-  cv::Mat input_;
+  const cv::Mat* input_;
   OperationCode code_ = kernels::kDivide;
   int constant_;
   kernels::Linear linear_;
@@ -60,8 +60,8 @@ class BlockwiseImages {
 
  private:
   cv::Mat* output_;
-  cv::Mat input_;
-  cv::Mat second_;
+  const cv::Mat* input_;
+  const cv::Mat* second_;
   OperationCode code_;
   kernels::Linear linear_;
 };
@@ -77,8 +77,8 @@ class PlainImages {
 
  private:
   cv::Mat* output_;
-  cv::Mat input_;
-  cv::Mat second_;
+  const cv::Mat* input_;
+  const cv::Mat* second_;
   OperationCode code_ = kernels::kDivide;
   kernels::Linear linear_;
 };

@@ -9,20 +9,11 @@
 #include "frame/load_time_state.h"
 
 namespace KELRA {
-namespace {
 
-// Work below this takes one thread some microseconds, about what waking a second one takes.
-constexpr std::size_t kSerialBytes = std::size_t{128} * 1024;
-
-}  // namespace
-
-void ForEachRowRange(int rows, std::size_t bytes, FunctionRef<void(const RowRange&)> body) {
-  if (rows <= 0) {
-    return;
-  }
+void ForEachRowRangeInParallel(int rows, FunctionRef<void(const RowRange&)> body) {
   const int parallel = LoadedSettings().parallel;
   const int grain = parallel < 1 ? 1 : std::max(1, rows / parallel);
-  if (bytes < kSerialBytes || grain >= rows) {
+  if (grain >= rows) {
     body(RowRange(0, rows));
     return;
   }

@@ -11,12 +11,28 @@ namespace KELRA {
 
 using RowRange = tbb::blocked_range<int>;
 
+// Work below this takes one thread some microseconds, about what waking a second one takes.
+inline constexpr std::size_t kSerialBytes = std::size_t{128} * 1024;
+
+// As ForEachRowRange, for work that is worth a parallel loop.
+void ForEachRowRangeInParallel(int rows, FunctionRef<void(const RowRange&)> body);
+
 // Calls `body` on ranges that together cover the rows [0, rows) exactly once, and returns when all
 // are done. `bytes` is what the body reads and writes over all rows.
 //
 // Little work runs on the calling thread: starting a parallel loop would take longer. Otherwise the
 // parallel setting N gives the smallest range split off, rows / N but at least 1; an N below 1
 // gives 1. What the body throws passes to the caller.
-void ForEachRowRange(int rows, std::size_t bytes, FunctionRef<void(const RowRange&)> body);
+template <class Body>
+void ForEachRowRange(int rows, std::size_t bytes, const Body& body) {
+  if (rows <= 0) {
+    return;
+  }
+  if (bytes < kSerialBytes) {
+    body(RowRange(0, rows));
+  } else {
+    ForEachRowRangeInParallel(rows, body);
+  }
+}
 
 }  // namespace KELRA

@@ -23,21 +23,11 @@ void ForDepth(int depth, Work work) {
   }
 }
 
-// Calls `work(input, result)` to fill the result of one input.
-template <class Work>
-void WriteResult(const KelImage& src, KelImage* dst, Work work) {
-  cv::Mat fresh;
-  cv::Mat& result = ResultMatrix(dst, src.Mat().size(), src.Mat().type(), &fresh);
-  cv::Mat copy;
-  work(InputToReadWhileWriting(result, src.Mat(), &copy), result);
-  AssignResult(result, dst);
-}
-
 }  // namespace
 
 void CombineWithConstant(const KelImage& src, KelImage* dst, kernels::Combination operation,
                          int constant) {
-  WriteResult(src, dst, [&](const cv::Mat& input, cv::Mat& result) {
+  ComputePixelwise(src.Mat(), dst, [&](const cv::Mat& input, cv::Mat& result) {
     ForDepth(input.depth(), [&]<class Sample>(Sample) {
       const auto kernel = kernels::ActiveRowKernels().For<Sample>().combine_constant[operation];
       ForEachRowRange(input.rows, 2 * PixelBytes(input), [&](const RowRange& rows) {
@@ -50,7 +40,7 @@ void CombineWithConstant(const KelImage& src, KelImage* dst, kernels::Combinatio
 
 void CombineImages(const KelImage& first, const KelImage& second, KelImage* dst,
                    kernels::Combination operation) {
-  WriteResult(first, dst, [&](const cv::Mat& a, cv::Mat& result) {
+  ComputePixelwise(first.Mat(), dst, [&](const cv::Mat& a, cv::Mat& result) {
     cv::Mat copy;
     const cv::Mat& b = InputToReadWhileWriting(result, second.Mat(), &copy);
     ForDepth(a.depth(), [&]<class Sample>(Sample) {
@@ -64,7 +54,7 @@ void CombineImages(const KelImage& first, const KelImage& second, KelImage* dst,
 }
 
 void TakeSquareRoot(const KelImage& src, KelImage* dst) {
-  WriteResult(src, dst, [&](const cv::Mat& input, cv::Mat& result) {
+  ComputePixelwise(src.Mat(), dst, [&](const cv::Mat& input, cv::Mat& result) {
     ForDepth(input.depth(), [&]<class Sample>(Sample) {
       const auto kernel = kernels::ActiveRowKernels().For<Sample>().root;
       ForEachRowRange(input.rows, 2 * PixelBytes(input), [&](const RowRange& rows) {

@@ -38,7 +38,7 @@ constexpr FramePolicy kDivideConst{
 };
 
 template <class Sample>
-void LaunchArithmetic(cv::Mat* result, const cv::Mat& input, Arithmetic code, int value,
+void LaunchArithmetic(const cv::Mat& input, cv::Mat* result, Arithmetic code, int value,
                       float scale, float offset) {
   if (code == kernels::kDivide) {
     tbbup::Launch<tbbup::PlainConstant<Sample>>(result, input, input.rows, value, scale, offset);
@@ -55,20 +55,18 @@ void LaunchArithmetic(cv::Mat* result, const cv::Mat& input, Arithmetic code, in
 Status ConstantArithmetic(const KelImage& src, KelImage* dst, Arithmetic code, int value,
                           float scale, float offset) {
   CallLog log(log_lines::kConstantArithmetic);
-  KELRA_RETURN_IF_ERROR(CheckBitDepth(src));
-  KELRA_RETURN_IF_ERROR(CheckNotEmpty(src));
-  KELRA_RETURN_IF_ERROR(CheckChannels(src));
+  const cv::Mat& image = src.Mat();
+  KELRA_RETURN_IF_ERROR(CheckBitDepth(image));
+  KELRA_RETURN_IF_ERROR(CheckNotEmpty(image));
+  KELRA_RETURN_IF_ERROR(CheckChannels(image));
 
-  cv::Mat fresh;
-  cv::Mat& result = ResultMatrix(dst, src.Mat().size(), src.Mat().type(), &fresh);
-  cv::Mat copy;
-  const cv::Mat& input = InputToReadWhileWriting(result, src.Mat(), &copy);
-  if (input.depth() == CV_8U) {
-    LaunchArithmetic<std::uint8_t>(&result, input, code, value, scale, offset);
-  } else {
-    LaunchArithmetic<std::uint16_t>(&result, input, code, value, scale, offset);
-  }
-  AssignResult(result, dst);
+  ComputePixelwise(image, dst, [&](const cv::Mat& input, cv::Mat& result) {
+    if (input.depth() == CV_8U) {
+      LaunchArithmetic<std::uint8_t>(input, &result, code, value, scale, offset);
+    } else {
+      LaunchArithmetic<std::uint16_t>(input, &result, code, value, scale, offset);
+    }
+  });
   log.Exit();
   return STATUS_OK;
 }

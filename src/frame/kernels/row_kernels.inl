@@ -4,37 +4,51 @@
 // rows. A scaled formula is made of a term, the operation's own (t = s op o), and of a finish,
 // which makes samples of t * scale + offset.
 
-// Samples are widened with this bias to keep their values.
-inline constexpr float kNoShift = 8388608.0F;
+// What widened samples exceed their values by.
+inline constexpr float kBias = 8388608.0F;
+
+// s - shift of biased samples, for whole shifts below 2^22.
+inline Floats Shifted(Floats biased, float shift) {
+  return SubtractExactly(biased, Set(kBias + shift));
+}
+
+inline WordsAsFloats Widen(Words a, float shift) {
+  const WordsAsFloats w = WidenBiased(a);
+  return {{Shifted(w.part[0], shift), Shifted(w.part[1], shift)}};
+}
+inline BytesAsFloats Widen(Bytes a) {
+  const BytesAsFloats w = WidenBiased(a);
+  return {
+      {Shifted(w.part[0], 0), Shifted(w.part[1], 0), Shifted(w.part[2], 0), Shifted(w.part[3], 0)}};
+}
+inline WordsAsFloats Widen(Words a) { return Widen(a, 0); }
 
 template <class Sample>
 inline constexpr float kLimit = sizeof(Sample) == 1 ? 255.0F : 65535.0F;
 
-// Terms of a sample and a constant. The vector form takes samples that have been widened with the
-// term's bias.
+// Terms of a sample and a constant. The vector form takes biased samples, since some of them take
+// the bias away in the same step.
 
 struct PlusConstant {
   float constant;
 
-  float Bias() const { return kNoShift - constant; }
-  Floats Vector(Floats sum) const { return sum; }
+  Floats Vector(Floats biased) const { return Shifted(biased, -constant); }
   float Scalar(float s) const { return s + constant; }
 };
 
 struct MinusConstant {
   float constant;
 
-  float Bias() const { return kNoShift + constant; }
-  Floats Vector(Floats difference) const { return difference; }
+  Floats Vector(Floats biased) const { return Shifted(biased, constant); }
   float Scalar(float s) const { return s - constant; }
 };
 
 struct TimesConstant {
   float constant;
-  Floats constant_lanes = Set(constant);
 
-  float Bias() const { return kNoShift; }
-  Floats Vector(Floats s) const { return Multiply(s, constant_lanes); }
+  Floats Vector(Floats biased) const {
+    return SubtractAndScale(biased, Set(kBias), Set(constant), Set(kBias * constant));
+  }
   float Scalar(float s) const { return s * constant; }
 };
 
@@ -42,8 +56,8 @@ struct DividedByConstant {
   float constant;
   Divisor divisor{constant};
 
-  float Bias() const { return kNoShift; }
-  Floats Vector(Floats s) const { return Divide(s, divisor); }
+  // The division keeps the multipliers busy; this subtraction takes an adder.
+  Floats Vector(Floats biased) const { return Divide(Subtract(biased, Set(kBias)), divisor); }
   float Scalar(float s) const { return s / constant; }
 };
 
@@ -100,7 +114,7 @@ inline Sample Saturate(float y) {
 
 // To the nearest integer, ties to even, in vectors; truncated in the tail.
 struct NearestInBlocks {
-  Floats Shifted(Floats y) const { return y; }
+  Floats Moved(Floats y) const { return y; }
   static auto Convert(Floats y) { return ToNearest(y); }
   template <class Sample>
   static Sample Tail(float y) {
@@ -114,7 +128,7 @@ struct NearestInBlocks {
 struct HalfUp {
   Floats half_lanes = Set(0.5F);
 
-  Floats Shifted(Floats y) const { return Add(y, half_lanes); }
+  Floats Moved(Floats y) const { return Add(y, half_lanes); }
   static auto Convert(Floats y) { return Truncate(y); }
   template <class Sample>
   static Sample Tail(float y) {
@@ -131,7 +145,20 @@ inline bool FitsInteger(float lowest, float highest, Linear linear) {
   return a > -kFits && a < kFits && b > -kFits && b < kFits;
 }
 
-template <class Sample, class Rounding, bool kClamp>
+// Whether t * scale is exact for every term: the scale is a power of two, far from overflow.
+inline bool ScalesExactly(float scale) {
+  const auto bits = std::bit_cast<std::uint32_t>(scale);
+  const std::uint32_t exponent = bits >> 23 & 0xFF;
+  return (bits & 0x7FFFFF) == 0 && exponent > 64 && exponent < 192;
+}
+
+enum class Range {
+  kAny,
+  kInteger,               // FitsInteger
+  kIntegerScaledExactly,  // and ScalesExactly
+};
+
+template <class Sample, class Rounding, Range kRange>
 struct Finish {
   Linear linear;
   Rounding rounding;
@@ -141,8 +168,10 @@ struct Finish {
   // Clamped, a value is at most the limit. Then its integer is right, or negative, or the smallest
   // of all for NaN and for what lies far below 0; packing makes the latter two 0.
   Floats Value(Floats t) const {
-    const Floats y = rounding.Shifted(Add(Multiply(t, scale_lanes), offset_lanes));
-    return kClamp ? Min(Set(kLimit<Sample>), y) : y;
+    const Floats y = rounding.Moved(kRange == Range::kIntegerScaledExactly
+                                        ? AddExactProduct(t, scale_lanes, offset_lanes)
+                                        : Add(Multiply(t, scale_lanes), offset_lanes));
+    return kRange == Range::kAny ? Min(Set(kLimit<Sample>), y) : y;
   }
   auto Vector(Floats t) const { return Rounding::Convert(Value(t)); }
   Sample Scalar(float t) const {
@@ -150,28 +179,26 @@ struct Finish {
   }
 };
 
-template <class Sample, class Term, class Rounding, bool kClamp>
+template <class Sample, class Term, class Rounding, Range kRange>
 struct OfConstant {
   Term term;
-  Finish<Sample, Rounding, kClamp> finish;
-  Floats bias_lanes = Set(term.Bias());
+  Finish<Sample, Rounding, kRange> finish;
 
-  auto Part(Floats s) const { return finish.Vector(term.Vector(s)); }
+  auto Part(Floats biased) const { return finish.Vector(term.Vector(biased)); }
   Bytes Vector(Bytes s) const {
-    const BytesAsFloats w = Widen(s, bias_lanes);
+    const BytesAsFloats w = WidenBiased(s);
     return Narrow(Part(w.part[0]), Part(w.part[1]), Part(w.part[2]), Part(w.part[3]));
   }
   Words Vector(Words s) const {
-    const WordsAsFloats w = Widen(s, bias_lanes);
+    const WordsAsFloats w = WidenBiased(s);
     return Narrow(Part(w.part[0]), Part(w.part[1]));
   }
   Sample Scalar(Sample s) const { return finish.Scalar(term.Scalar(static_cast<float>(s))); }
 };
 
-template <class Sample, class Term, class Rounding, bool kClamp>
+template <class Sample, class Term, class Rounding, Range kRange>
 struct OfImages {
-  Finish<Sample, Rounding, kClamp> finish;
-  Floats bias_lanes = Set(kNoShift);
+  Finish<Sample, Rounding, kRange> finish;
 
   auto Part(Floats a, Floats b) const {
     const Floats y = finish.Value(Term::Vector(a, b));
@@ -179,7 +206,7 @@ struct OfImages {
     return Rounding::Convert(std::is_same_v<Term, Quotient> ? ZeroWhereZero(y, b) : y);
   }
   WordsAsFloats TermInWords(Words a, Words b) const {
-    return Widen(Term::OfWords(a, b), Set(kNoShift + 256.0F * Term::kAbove));
+    return Widen(Term::OfWords(a, b), 256.0F * Term::kAbove);
   }
   Bytes Vector(Bytes a, Bytes b) const {
     if constexpr (Term::kInWords) {
@@ -190,15 +217,15 @@ struct OfImages {
       return Narrow(finish.Vector(low.part[0]), finish.Vector(low.part[1]),
                     finish.Vector(high.part[0]), finish.Vector(high.part[1]));
     } else {
-      const BytesAsFloats v = Widen(a, bias_lanes);
-      const BytesAsFloats w = Widen(b, bias_lanes);
+      const BytesAsFloats v = Widen(a);
+      const BytesAsFloats w = Widen(b);
       return Narrow(Part(v.part[0], w.part[0]), Part(v.part[1], w.part[1]),
                     Part(v.part[2], w.part[2]), Part(v.part[3], w.part[3]));
     }
   }
   Words Vector(Words a, Words b) const {
-    const WordsAsFloats v = Widen(a, bias_lanes);
-    const WordsAsFloats w = Widen(b, bias_lanes);
+    const WordsAsFloats v = Widen(a);
+    const WordsAsFloats w = Widen(b);
     return Narrow(Part(v.part[0], w.part[0]), Part(v.part[1], w.part[1]));
   }
   Sample Scalar(Sample a, Sample b) const {
@@ -320,15 +347,13 @@ struct WithOperand {
 // To the nearest integer; no root of an integer lies halfway between two.
 template <class Sample>
 struct Root {
-  Floats bias_lanes = Set(kNoShift);
-
   static auto Part(Floats s) { return ToNearest(SquareRoot(s)); }
   Bytes Vector(Bytes s) const {
-    const BytesAsFloats w = Widen(s, bias_lanes);
+    const BytesAsFloats w = Widen(s);
     return Narrow(Part(w.part[0]), Part(w.part[1]), Part(w.part[2]), Part(w.part[3]));
   }
   Words Vector(Words s) const {
-    const WordsAsFloats w = Widen(s, bias_lanes);
+    const WordsAsFloats w = Widen(s);
     return Narrow(Part(w.part[0]), Part(w.part[1]));
   }
   Sample Scalar(Sample s) const {
@@ -371,8 +396,10 @@ inline std::ptrdiff_t SamplesToAlignment(const Sample* p, std::ptrdiff_t samples
 // The blocks of one row. Streamed, only the vectors between the first and the last aligned address
 // can be.
 template <bool kStreaming, class Formula, class Sample, class... Inputs>
-inline void WalkBlocks(const Formula& f, std::ptrdiff_t count, Sample* dst, Inputs... src) {
+inline void WalkBlocks(const Formula& formula, std::ptrdiff_t count, Sample* dst, Inputs... src) {
   constexpr std::ptrdiff_t kStep = kLanes<Sample>;
+  // A copy that no store can reach: its constants stay in registers.
+  const Formula f = formula;
   std::ptrdiff_t i = 0;
   if constexpr (kStreaming) {
     const std::ptrdiff_t head = SamplesToAlignment(dst, count);
@@ -544,25 +571,36 @@ inline void WalkOneInput(const Formula& f, Extent extent, Rows<Sample> dst,
   Walk(f, extent, dst, src);
 }
 
+// Calls `use` with the finish for terms of the range.
+template <class Sample, class Rounding, class Use>
+inline void WithFinish(float lowest, float highest, Linear linear, Use use) {
+  if (!FitsInteger(lowest, highest, linear)) {
+    use(Finish<Sample, Rounding, Range::kAny>{linear, {}});
+  } else if (!ScalesExactly(linear.scale)) {
+    use(Finish<Sample, Rounding, Range::kInteger>{linear, {}});
+  } else {
+    use(Finish<Sample, Rounding, Range::kIntegerScaledExactly>{linear, {}});
+  }
+}
+
 template <class Sample, class Term, class Rounding>
 void WithConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, float constant,
                   Linear linear) {
   const Term term{constant};
-  if (FitsInteger(term.Scalar(0.0F), term.Scalar(kLimit<Sample>), linear)) {
-    WalkOneInput(OfConstant<Sample, Term, Rounding, false>{term, {linear, {}}}, extent, dst, src);
-  } else {
-    WalkOneInput(OfConstant<Sample, Term, Rounding, true>{term, {linear, {}}}, extent, dst, src);
-  }
+  const auto use = [&]<Range kRange>(const Finish<Sample, Rounding, kRange>& finish) {
+    WalkOneInput(OfConstant<Sample, Term, Rounding, kRange>{term, finish}, extent, dst, src);
+  };
+  WithFinish<Sample, Rounding>(term.Scalar(0.0F), term.Scalar(kLimit<Sample>), linear, use);
 }
 
 template <class Sample, class Term, class Rounding>
 void WithImage(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst, Extent extent,
                Linear linear) {
-  if (FitsInteger(Term::Lowest(kLimit<Sample>), Term::Highest(kLimit<Sample>), linear)) {
-    Walk(OfImages<Sample, Term, Rounding, false>{{linear, {}}}, extent, dst, a, b);
-  } else {
-    Walk(OfImages<Sample, Term, Rounding, true>{{linear, {}}}, extent, dst, a, b);
-  }
+  const auto use = [&]<Range kRange>(const Finish<Sample, Rounding, kRange>& finish) {
+    Walk(OfImages<Sample, Term, Rounding, kRange>{finish}, extent, dst, a, b);
+  };
+  WithFinish<Sample, Rounding>(Term::Lowest(kLimit<Sample>), Term::Highest(kLimit<Sample>), linear,
+                               use);
 }
 
 template <class Sample>

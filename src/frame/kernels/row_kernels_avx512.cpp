@@ -1,5 +1,6 @@
 #include <immintrin.h>
 
+#include <bit>
 #include <cstring>
 #include <type_traits>
 

@@ -83,6 +83,14 @@ inline Floats Subtract(Floats a, Floats b) { return {_mm_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm_mul_ps(a.v, b.v)}; }
 inline Floats Divide(Floats a, Floats b) { return {_mm_div_ps(a.v, b.v)}; }
 inline Floats SquareRoot(Floats a) { return {_mm_sqrt_ps(a.v)}; }
+// a * b + c for products that are exact.
+inline Floats AddExactProduct(Floats a, Floats b, Floats c) { return Add(Multiply(a, b), c); }
+// (a - b) * factor, given b * factor, both differences exact.
+inline Floats SubtractAndScale(Floats a, Floats b, Floats factor, Floats) {
+  return Multiply(Subtract(a, b), factor);
+}
+// a - b, exact.
+inline Floats SubtractExactly(Floats a, Floats b) { return Subtract(a, b); }
 // The second operand where either is NaN.
 inline Floats Min(Floats a, Floats b) { return {_mm_min_ps(a.v, b.v)}; }
 inline Floats ZeroWhereZero(Floats a, Floats b) {
@@ -107,19 +115,16 @@ struct WordsAsFloats {
 inline BytesAsWords Widen(Bytes a, Bytes above) {
   return {{{_mm_unpacklo_epi8(a.v, above.v)}, {_mm_unpackhi_epi8(a.v, above.v)}}};
 }
-// Samples as floats, less `bias`, plus 2^23. Behind the upper half of 2^23's bits a sample reads as
-// 2^23 plus the sample, so the one subtraction both converts and shifts, exactly while the result
-// is below 2^23.
-inline WordsAsFloats Widen(Words a, Floats bias) {
+// Behind the upper half of 2^23's bits a sample reads as the float 2^23 plus the sample.
+inline WordsAsFloats WidenBiased(Words a) {
   const __m128i upper = _mm_set1_epi16(0x4B00);
-  const Floats low{_mm_castsi128_ps(_mm_unpacklo_epi16(a.v, upper))};
-  const Floats high{_mm_castsi128_ps(_mm_unpackhi_epi16(a.v, upper))};
-  return {{Subtract(low, bias), Subtract(high, bias)}};
+  return {{{_mm_castsi128_ps(_mm_unpacklo_epi16(a.v, upper))},
+           {_mm_castsi128_ps(_mm_unpackhi_epi16(a.v, upper))}}};
 }
-inline BytesAsFloats Widen(Bytes a, Floats bias) {
+inline BytesAsFloats WidenBiased(Bytes a) {
   const BytesAsWords words = Widen(a, Bytes{_mm_setzero_si128()});
-  const WordsAsFloats low = Widen(words.part[0], bias);
-  const WordsAsFloats high = Widen(words.part[1], bias);
+  const WordsAsFloats low = WidenBiased(words.part[0]);
+  const WordsAsFloats high = WidenBiased(words.part[1]);
   return {{low.part[0], low.part[1], high.part[0], high.part[1]}};
 }
 
