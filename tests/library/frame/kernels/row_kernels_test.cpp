@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <random>
@@ -109,6 +110,53 @@ void CheckStreaming(const SampleKernels<Sample>& kernels) {
 TEST_P(StreamingRowKernels, Give8BitRowsTheSameBytes) { CheckStreaming(GetParam()->u8); }
 
 TEST_P(StreamingRowKernels, Give16BitRowsTheSameBytes) { CheckStreaming(GetParam()->u16); }
+
+class RowKernelsAtAnyDistance : public kelra_test::EveryInstructionSet {};
+KELRA_INSTANTIATE_FOR_EVERY_INSTRUCTION_SET(RowKernelsAtAnyDistance);
+
+// Runs `kernel` into rows that lie `distance` bytes, modulo a page, above the input, and gives the
+// bytes from there on, the margins included.
+template <class Sample, class Kernel>
+std::vector<std::uint8_t> ResultAt(std::ptrdiff_t distance, Extent extent, const Kernel& kernel) {
+  constexpr std::ptrdiff_t kPage = 4096;
+  constexpr std::ptrdiff_t kRowStep = kPage / 2;
+  std::vector<std::uint8_t> memory(8 * kPage, 0xA5);
+  std::uint8_t* src = memory.data() + kMargin;
+  std::uint8_t* dst = src + 4 * kPage + distance;
+  std::mt19937 random(5);
+  std::generate(src, src + 2 * kRowStep, [&] { return static_cast<std::uint8_t>(random()); });
+  kernel(Rows<const Sample>{reinterpret_cast<const Sample*>(src), kRowStep},
+         Rows<Sample>{reinterpret_cast<Sample*>(dst), kRowStep}, extent);
+  return {dst - kMargin, dst + 2 * kRowStep};
+}
+
+// Rows are walked downwards where the output lies a little above the input, else upwards.
+template <class Sample>
+void CheckDistances(const SampleKernels<Sample>& kernels) {
+  const auto with_constant = [&](Rows<const Sample> src, Rows<Sample> dst, Extent extent) {
+    kernels.with_constant[kAdd](src, dst, extent, 3.0F, {0.7F, 3.5F});
+  };
+  const auto with_image = [&](Rows<const Sample> src, Rows<Sample> dst, Extent extent) {
+    kernels.with_image[kMultiply](src, src, dst, extent, {0.001F, 3.5F});
+  };
+  for (const std::ptrdiff_t samples : {1, 15, 16, 31, 32, 63, 64, 65, 127, 128, 200, 1000}) {
+    for (const std::ptrdiff_t tail : {0, 1, 7}) {
+      const Extent extent{2, samples, std::max(samples - tail, std::ptrdiff_t{0})};
+      const auto constant_upwards = ResultAt<Sample>(2048, extent, with_constant);
+      const auto image_upwards = ResultAt<Sample>(2048, extent, with_image);
+      for (const std::ptrdiff_t distance : {-1024, -64, 0, 2, 16, 64, 66, 128, 512, 1022, 1024}) {
+        ASSERT_EQ(ResultAt<Sample>(distance, extent, with_constant), constant_upwards)
+            << samples << " samples, tail " << tail << ", distance " << distance;
+        ASSERT_EQ(ResultAt<Sample>(distance, extent, with_image), image_upwards)
+            << samples << " samples, tail " << tail << ", distance " << distance;
+      }
+    }
+  }
+}
+
+TEST_P(RowKernelsAtAnyDistance, Give8BitRowsTheSameBytes) { CheckDistances(GetParam()->u8); }
+
+TEST_P(RowKernelsAtAnyDistance, Give16BitRowsTheSameBytes) { CheckDistances(GetParam()->u16); }
 
 }  // namespace
 }  // namespace KELRA::kernels
