@@ -1,6 +1,7 @@
 #include "frame/call_frame.h"
 
 #include "frame/load_time_state.h"
+#include "frame/region_rows.h"
 #include "frame/result_matrix.h"
 
 namespace KELRA {
@@ -12,11 +13,6 @@ cv::Mat ConstantImage(cv::Size size) {
   cv::Mat image(size, CV_8UC1, cv::Scalar(255));
   log.Exit();
   return image;
-}
-
-// The image that the mask is made from. The converter takes its inputs by mutable reference.
-cv::Mat TemplateOf(const KelImage& src, MaskTemplate kind) {
-  return kind == MaskTemplate::kInput ? src.Mat() : ConstantImage(src.Mat().size());
 }
 
 }  // namespace
@@ -80,23 +76,73 @@ Status CallFrame::RunOnWholeImage(KelImage* dst, Work work) {
 
 Status CallFrame::RunUnderMask(KelROI& roi, KelImage* dst, Work work) {
   KelImage& input = WholeInput(dst);
+  const cv::Mat& pixels = input.Mat();
+  const bool shares = SharesPixels(pixels, dst->Mat());
+  // The work may refuse an output of the input's size and another type.
+  const bool may_be_refused =
+      dst->Mat().size() == pixels.size() && dst->Mat().type() != pixels.type();
+  if (!shares && !may_be_refused) {
+    const cv::Range rows = RowsWithRuns(roi, pixels.rows);
+    if (rows.size() < pixels.rows) {
+      return RunUnderMaskOnRows(roi, rows, dst, work);
+    }
+  }
   KelImage separate;
-  const bool use_separate =
-      policy_.shared_output == SharedOutput::kAsIfSeparate && SharesPixels(input.Mat(), dst->Mat());
+  const bool use_separate = shares && policy_.shared_output == SharedOutput::kAsIfSeparate;
   KelImage* result = use_separate ? &separate : dst;
   if (const Status status = work(input, result); !status.ok()) {
     return Fail(Fallback::kMaskedWork, status, dst);
   }
-  bound_.MarkOverwritten();
   dst->Mat() = result->Mat();
   cv::Mat mask;
-  cv::Mat mask_template = TemplateOf(input, policy_.mask_template);
-  if (const Status status = RegionConverter().GenMaskImage(mask_template, roi, &mask, 1, 0);
-      !status.ok()) {
-    return Fail(Fallback::kMask, status, dst);
+  const Status made = MakeMask(roi, pixels, &mask);
+  return BringBackOutsideMask(made, mask, pixels, dst);
+}
+
+Status CallFrame::RunUnderMaskOnRows(KelROI& roi, cv::Range rows, KelImage* dst, Work work) {
+  const cv::Mat& pixels = input_->Mat();
+  cv::Mat fresh;
+  cv::Mat& result = ResultMatrix(dst, pixels.size(), pixels.type(), &fresh);
+  const KelImage part(pixels.rowRange(rows));
+  cv::Mat part_of_result = result.rowRange(rows);
+  KelImage part_result(part_of_result);
+  if (const Status status = work(part, &part_result); !status.ok()) {
+    return Fail(Fallback::kMaskedWork, status, dst);
+  }
+  if (part_result.Mat().data != part_of_result.data) {
+    part_result.Mat().copyTo(part_of_result);
+  }
+  cv::Mat mask;
+  const Status made = MakeMask(roi, pixels, &mask);
+  if (made.ok() && CoversOnly(mask, pixels.size(), rows)) {
+    BringBackOutside(pixels, mask, rows, &result);
+    AssignResult(result, dst);
+    bound_.MarkOverwritten();
+    return STATUS_OK;
+  }
+  // Without a mask the output shows the work on the whole image; and a region library may cover
+  // more than the runs.
+  {
+    const LogPause pause;
+    KELRA_RETURN_IF_ERROR(work(*input_, dst));
+  }
+  return BringBackOutsideMask(made, mask, pixels, dst);
+}
+
+Status CallFrame::MakeMask(KelROI& roi, const cv::Mat& pixels, cv::Mat* mask) {
+  cv::Mat mask_template =
+      policy_.mask_template == MaskTemplate::kInput ? pixels : ConstantImage(pixels.size());
+  return RegionConverter().GenMaskImage(mask_template, roi, mask, 1, 0);
+}
+
+Status CallFrame::BringBackOutsideMask(Status made, const cv::Mat& mask, const cv::Mat& pixels,
+                                       KelImage* dst) {
+  bound_.MarkOverwritten();
+  if (!made.ok()) {
+    return Fail(Fallback::kMask, made, dst);
   }
   const cv::Mat outside = 255.0 - mask;
-  input.Mat().copyTo(dst->Mat(), outside);
+  pixels.copyTo(dst->Mat(), outside);
   return STATUS_OK;
 }
 

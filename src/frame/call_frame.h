@@ -78,7 +78,8 @@ struct FramePolicy {
 class CallFrame {
  public:
   // Computes the result image from the input image: the whole of it, in the output's own matrix or
-  // a new one.
+  // a new one, of the input's size and type, each row from the same row of the input. A failure
+  // leaves the output as it is.
   using Work = FunctionRef<Status(const KelImage&, KelImage*)>;
 
   // Logs the start. `buffer` is the object's matrix for efficiency mode, null when it has none.
@@ -95,6 +96,13 @@ class CallFrame {
   KelImage& WholeInput(KelImage* dst);
   Status RunOnWholeImage(KelImage* dst, Work work);
   Status RunUnderMask(KelROI& roi, KelImage* dst, Work work);
+  Status RunUnderMaskOnRows(KelROI& roi, cv::Range rows, KelImage* dst, Work work);
+  // The region's mask, made from the image that the policy says; the inputs are only read.
+  Status MakeMask(KelROI& roi, const cv::Mat& pixels, cv::Mat* mask);
+  // The output holds the work on the whole image: its pixels outside the mask, or, when making it
+  // failed, what the policy says.
+  Status BringBackOutsideMask(Status made, const cv::Mat& mask, const cv::Mat& pixels,
+                              KelImage* dst);
   Status RunOnPart(KelROI& roi, KelImage* dst, Work work);
   void KeepInput(KelImage& src, KelImage* dst);
   // Applies the policy's fallback for the failed step and returns its status.

@@ -8,12 +8,23 @@ constexpr char kStart[] = "start";
 // Readers of the log expect the word for "end" in GBK.
 constexpr char kExit[] = "KelImageOperation\xBD\xE1\xCA\xF8";
 
+thread_local bool t_paused = false;
+
 }  // namespace
 
+LogPause::LogPause() { t_paused = true; }
+LogPause::~LogPause() { t_paused = false; }
+
 CallLog::CallLog(const LogLines& lines) : lines_(lines) {
-  logger_.Log(kStart, kModule, lines_.function, lines_.start);
+  if (!t_paused) {
+    logger_.Log(kStart, kModule, lines_.function, lines_.start);
+  }
 }
 
-void CallLog::Exit() { logger_.Log(kExit, kModule, lines_.function, lines_.exit); }
+void CallLog::Exit() {
+  if (!t_paused) {
+    logger_.Log(kExit, kModule, lines_.function, lines_.exit);
+  }
+}
 
 }  // namespace KELRA

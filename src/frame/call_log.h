@@ -20,4 +20,13 @@ class CallLog {
   const LogLines& lines_;
 };
 
+// While one exists, its thread's calls log nothing: the log has told of work that is repeated.
+class LogPause {
+ public:
+  LogPause();
+  ~LogPause();
+  LogPause(const LogPause&) = delete;
+  LogPause& operator=(const LogPause&) = delete;
+};
+
 }  // namespace KELRA

@@ -72,6 +72,11 @@ class CallFrameTest : public ::testing::Test {
     return Run(policy, kind, &src_, &dst_, work);
   }
 
+  KelLong Run(const FramePolicy& policy, KelROI roi, CallFrame::Work work) {
+    CallFrame frame(policy, &buffer_);
+    return frame.Run(src_, roi, &dst_, work);
+  }
+
   KelLong Run(const FramePolicy& policy, KelROIType kind, KelImage* src, KelImage* dst,
               CallFrame::Work work) {
     CallFrame frame(policy, &buffer_);
@@ -209,6 +214,80 @@ TEST_F(CallFrameTest, AFailureOfTheMaskFallsBackAsThePolicySays) {
       EXPECT_TRUE(SameImage(dst_.Mat(), Inverted(pixels_)));
     }
     EXPECT_EQ(log_.Take(), kStartOnly);
+  }
+}
+
+// A region with runs in the rows 2 and 3 of 6.
+KelROI RegionInTwoRows() {
+  KelRegion region(9, 6);
+  region.Append({2, 1, 5});
+  region.Append({3, 2, 4});
+  return KelROI::Region(region);
+}
+
+// Logs as pixel work does, and tells how many rows it was given.
+struct CountingWork {
+  static constexpr LogLines kLines{"Work", 30, 40};
+  std::vector<int>* rows;
+
+  Status operator()(const KelImage& in, KelImage* out) const {
+    CallLog log(kLines);
+    rows->push_back(in.Height());
+    out->Mat() = Inverted(in.Mat());
+    log.Exit();
+    return STATUS_OK;
+  }
+};
+
+const std::vector<LogRecord> kStartAndWork = {StartRecord("Method", 10), StartRecord("Work", 30),
+                                              ExitRecord("Work", 40)};
+
+TEST_F(CallFrameTest, UnderAMaskOnlyTheRowsWithRunsAreWorkedOn) {
+  const FramePolicy policy{.lines = kLines};
+  for (const bool own_matrix : {false, true}) {
+    StartOver();
+    script_->box = cv::Rect(1, 2, 5, 2);
+    dst_ = KelImage(own_matrix ? RandomImage(6, 9, CV_8UC1, 4) : marker_.clone());
+    const void* own = dst_.ImageData();
+    std::vector<int> rows;
+    EXPECT_EQ(Run(policy, RegionInTwoRows(), CountingWork{&rows}), STATUS_OK);
+    EXPECT_EQ(rows, (std::vector<int>{2}));
+    cv::Mat expected = pixels_.clone();
+    Inverted(pixels_(script_->box)).copyTo(expected(script_->box));
+    EXPECT_TRUE(SameImage(dst_.Mat(), expected));
+    EXPECT_EQ(dst_.ImageData() == own, own_matrix);
+    EXPECT_EQ(log_.Take(), kStartAndWork);
+  }
+}
+
+TEST_F(CallFrameTest, AMaskThatCoversMoreThanTheRunsDecides) {
+  const FramePolicy policy{.lines = kLines};
+  script_->box = cv::Rect(0, 0, 3, 6);
+  std::vector<int> rows;
+  EXPECT_EQ(Run(policy, RegionInTwoRows(), CountingWork{&rows}), STATUS_OK);
+  EXPECT_EQ(rows, (std::vector<int>{2, 6}));
+  cv::Mat expected = pixels_.clone();
+  Inverted(pixels_(script_->box)).copyTo(expected(script_->box));
+  EXPECT_TRUE(SameImage(dst_.Mat(), expected));
+  EXPECT_EQ(log_.Take(), kStartAndWork);
+}
+
+TEST_F(CallFrameTest, WithoutAMaskTheOutputShowsTheWorkOnAllRows) {
+  const FramePolicy policy{.lines = kLines, .fallback = Fallback::kNever};
+  script_->mask_status = kRegionFails;
+  std::vector<int> rows;
+  EXPECT_EQ(Run(policy, RegionInTwoRows(), CountingWork{&rows}), kRegionFails);
+  EXPECT_TRUE(SameImage(dst_.Mat(), Inverted(pixels_)));
+  EXPECT_EQ(log_.Take(), kStartAndWork);
+}
+
+TEST_F(CallFrameTest, AMaskOfAnotherSizeIsRefusedByAnException) {
+  const FramePolicy policy{.lines = kLines};
+  for (const cv::Size size : {cv::Size(9, 7), cv::Size(8, 6), cv::Size(1, 1)}) {
+    StartOver();
+    script_->mask = cv::Mat(size, CV_8UC1, cv::Scalar(255));
+    std::vector<int> rows;
+    EXPECT_THROW((void)Run(policy, RegionInTwoRows(), CountingWork{&rows}), cv::Exception);
   }
 }
 
