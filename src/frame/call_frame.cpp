@@ -141,8 +141,12 @@ Status CallFrame::BringBackOutsideMask(Status made, const cv::Mat& mask, const c
   if (!made.ok()) {
     return Fail(Fallback::kMask, made, dst);
   }
-  const cv::Mat outside = 255.0 - mask;
-  pixels.copyTo(dst->Mat(), outside);
+  if (SharesPixels(pixels, dst->Mat())) {
+    const cv::Mat outside = 255.0 - mask;
+    pixels.copyTo(dst->Mat(), outside);
+  } else {
+    BringBackOutside(pixels, mask, cv::Range(0, pixels.rows), &dst->Mat());
+  }
   return STATUS_OK;
 }
 
@@ -154,13 +158,20 @@ Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
   }
   const KelImage part(cut);
   KelImage part_result;
+  // The result may overwrite a cut-out that is nobody else's.
+  if (policy_.shared_output == SharedOutput::kAsIfSeparate && !SharesPixels(cut, input_->Mat())) {
+    part_result = part;
+  }
   if (const Status status = work(part, &part_result); !status.ok()) {
     return Fail(Fallback::kPartWork, status, dst);
   }
-  cv::Mat restored;
+  cv::Mat restored = MatrixToRestoreInto(*dst);
   cv::Mat changed_part = part_result.Mat();
   const Status status =
       RegionConverter().ROIImageRestore(input_->Mat(), changed_part, roi, &restored, 1);
+  if (!status.ok() && restored.data == dst->Mat().data) {
+    restored.release();
+  }
   const AfterRestore after = policy_.after_restore;
   if (status.ok() || after != AfterRestore::kOnlyOnSuccess) {
     dst->Mat() = restored;
@@ -173,6 +184,16 @@ Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
     return STATUS_OK;
   }
   return Fail(Fallback::kRestore, status, dst);
+}
+
+cv::Mat CallFrame::MatrixToRestoreInto(const KelImage& dst) const {
+  const cv::Mat& pixels = input_->Mat();
+  const cv::Mat& own = dst.Mat();
+  const bool must_survive = policy_.after_restore == AfterRestore::kOnlyOnSuccess;
+  const bool reuse = !must_survive && !bound_.bound() && own.dims <= 2 &&
+                     own.size() == pixels.size() && own.type() == pixels.type() &&
+                     !SharesPixels(own, pixels);
+  return reuse ? own : cv::Mat();
 }
 
 Status CallFrame::Fail(Fallback step, Status status, KelImage* dst) {

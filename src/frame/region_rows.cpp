@@ -55,6 +55,7 @@ bool CoversOnly(const cv::Mat& mask, cv::Size size, cv::Range rows) {
 }
 
 void BringBackOutside(const cv::Mat& input, const cv::Mat& mask, cv::Range rows, cv::Mat* result) {
+  CV_Assert(mask.size() == input.size());
   ForEachRowRange(input.rows, 2 * tbbup::PixelBytes(input), [&](const RowRange& range) {
     const int begin = std::clamp(rows.start, range.begin(), range.end());
     const int end = std::clamp(rows.end, begin, range.end());

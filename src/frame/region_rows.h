@@ -15,7 +15,8 @@ cv::Range RowsWithRuns(const KelROI& roi, int height);
 bool CoversOnly(const cv::Mat& mask, cv::Size size, cv::Range rows);
 
 // Copies the input's pixels into the result, of its size and type, except where the mask is 255:
-// outside `rows` it is known not to be.
+// outside `rows` it is known not to be. The two lie apart. Throws a cv::Exception when the mask is
+// none for the input.
 void BringBackOutside(const cv::Mat& input, const cv::Mat& mask, cv::Range rows, cv::Mat* result);
 
 }  // namespace KELRA

@@ -43,8 +43,13 @@ KelROIDataConvert::~KelROIDataConvert() = default;
 
 KelLong KelROIDataConvert::ROIImageExtraction(cv::Mat& image, KelROI& roi, cv::Mat* out, int clip,
                                               double fill) {
-  g_calls.push_back(
-      {"ROIImageExtraction", this, roi.ROIType(), image, {}, {static_cast<double>(clip), fill}});
+  g_calls.push_back({"ROIImageExtraction",
+                     this,
+                     roi.ROIType(),
+                     image,
+                     {},
+                     {static_cast<double>(clip), fill},
+                     *out});
   if (UsesDefault(g_script.extraction_status, g_script.extracted)) {
     *out = image(g_script.box).clone();
   }
@@ -54,7 +59,7 @@ KelLong KelROIDataConvert::ROIImageExtraction(cv::Mat& image, KelROI& roi, cv::M
 KelLong KelROIDataConvert::ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI& roi, cv::Mat* out,
                                            int masked) {
   g_calls.push_back(
-      {"ROIImageRestore", this, roi.ROIType(), image, part, {static_cast<double>(masked)}});
+      {"ROIImageRestore", this, roi.ROIType(), image, part, {static_cast<double>(masked)}, *out});
   if (UsesDefault(g_script.restore_status, g_script.restored)) {
     *out = image.clone();
     part.copyTo((*out)(g_script.box));
@@ -69,7 +74,8 @@ KelLong KelROIDataConvert::GenMaskImage(cv::Mat& image, KelROI& roi, cv::Mat* ma
                      roi.ROIType(),
                      image,
                      {},
-                     {static_cast<double>(filled), static_cast<double>(inverted)}});
+                     {static_cast<double>(filled), static_cast<double>(inverted)},
+                     *mask});
   if (UsesDefault(g_script.mask_status, g_script.mask)) {
     *mask = cv::Mat::zeros(image.size(), CV_8UC1);
     (*mask)(g_script.box).setTo(255);

@@ -29,6 +29,7 @@ struct RegionCall {
   cv::Mat image;                  // a header: shares the pixels
   cv::Mat part;                   // of ROIImageRestore
   std::vector<double> constants;  // the arguments behind the matrices
+  cv::Mat out;                    // what was passed to be written
 };
 
 // The script of all calls. Starts a fresh one with an empty list of calls.

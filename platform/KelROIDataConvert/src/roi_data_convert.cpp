@@ -137,7 +137,7 @@ cv::Mat CutOut(const cv::Mat& image, const PixelRuns& covered, double fill) {
 
 void CopyRows(const cv::Mat& from, int first, int end, cv::Mat& to) {
   const std::size_t row_size = static_cast<std::size_t>(from.cols) * from.elemSize();
-  if (from.isContinuous() && first < end) {
+  if (from.isContinuous() && to.isContinuous() && first < end) {
     std::memcpy(to.ptr(first), from.ptr(first), row_size * static_cast<std::size_t>(end - first));
     return;
   }
@@ -146,12 +146,26 @@ void CopyRows(const cv::Mat& from, int first, int end, cv::Mat& to) {
   }
 }
 
-// `image` with the pixels on the runs taken from `part`, the content of the box. Every byte of the
-// result is written once.
-cv::Mat PutBack(const cv::Mat& image, const cv::Mat& part, const PixelRuns& covered) {
+bool LieApart(const cv::Mat& a, const cv::Mat& b) {
+  return a.dataend <= b.datastart || b.dataend <= a.datastart;
+}
+
+// `out` itself when the result fits it and does not overwrite what is still read, else a new
+// matrix: the memory of a large one is given to the process page by page, which takes longer than
+// the work.
+cv::Mat MatrixFor(const cv::Mat& image, const cv::Mat& part, const cv::Mat& out) {
+  const bool fits = out.dims <= 2 && out.data != nullptr && out.size() == image.size() &&
+                    out.type() == image.type();
+  return fits && LieApart(out, image) && LieApart(out, part) ? out
+                                                             : cv::Mat(image.size(), image.type());
+}
+
+// Fills `restored` with `image`, the pixels on the runs taken from `part`, the content of the box.
+// Every byte is written once.
+void PutBack(const cv::Mat& image, const cv::Mat& part, const PixelRuns& covered,
+             cv::Mat& restored) {
   const cv::Rect& box = covered.box;
   const std::size_t pixel_size = image.elemSize();
-  cv::Mat restored(image.size(), image.type());
   CopyRows(image, 0, box.y, restored);
   auto run = covered.runs.begin();
   for (int row = box.y; row < box.y + box.height; ++row) {
@@ -169,7 +183,6 @@ cv::Mat PutBack(const cv::Mat& image, const cv::Mat& part, const PixelRuns& cove
         });
   }
   CopyRows(image, box.y + box.height, image.rows, restored);
-  return restored;
 }
 
 cv::Mat MaskOf(const std::vector<KelRun>& runs, cv::Size size, uchar inside, uchar outside) {
@@ -225,7 +238,9 @@ KelLong KelROIDataConvert::ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI
     if (masked == 0) {
       covered = Rasterize(ShapeOf(covered.box), image.size());
     }
-    *out = PutBack(image, part, covered);
+    cv::Mat restored = MatrixFor(image, part, *out);
+    PutBack(image, part, covered, restored);
+    *out = restored;
     return 0;
   });
 }

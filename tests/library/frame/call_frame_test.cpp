@@ -379,10 +379,44 @@ TEST_F(CallFrameTest, AfterAFailedRestoreThePolicyDecidesOnOutputLogAndStatus) {
 }
 
 TEST_F(CallFrameTest, ARestoreThatWroteNothingLeavesAnEmptyOutput) {
-  script_->restore_status = kRegionFails;
-  const FramePolicy policy{.lines = kLines, .fallback = Fallback::kNever};
-  EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, Invert), kRegionFails);
-  EXPECT_TRUE(dst_.Mat().empty());
+  for (const bool output_fits : {false, true}) {
+    StartOver();
+    dst_ = KelImage(output_fits ? RandomImage(6, 9, CV_8UC1, 4) : marker_.clone());
+    script_->restore_status = kRegionFails;
+    const FramePolicy policy{.lines = kLines, .fallback = Fallback::kNever};
+    EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, Invert), kRegionFails);
+    EXPECT_TRUE(dst_.Mat().empty());
+  }
+}
+
+// The region library may write it: making a large matrix takes longer than filling it.
+TEST_F(CallFrameTest, ARestoreIsGivenTheOutputsOwnMatrixUnlessAFailureMustLeaveIt) {
+  for (const AfterRestore after : kAllAfterRestore) {
+    StartOver();
+    dst_ = KelImage(RandomImage(6, 9, CV_8UC1, 4));
+    const void* own = dst_.ImageData();
+    const FramePolicy policy{.lines = kLines, .after_restore = after};
+    EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, Invert), STATUS_OK);
+    const bool given = after != AfterRestore::kOnlyOnSuccess;
+    EXPECT_EQ(RegionCalls().at(1).out.data == own, given);
+  }
+}
+
+TEST_F(CallFrameTest, ARestoreIsGivenNoMatrixThatDoesNotFitOrIsStillRead) {
+  const FramePolicy policy{.lines = kLines};
+  const cv::Mat others[] = {cv::Mat(), RandomImage(6, 8, CV_8UC1), RandomImage(6, 9, CV_16UC1),
+                            RandomImage(6, 9, CV_8UC3), src_.Mat()};
+  for (const cv::Mat& other : others) {
+    StartOver();
+    dst_ = KelImage(other);
+    EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, Invert), STATUS_OK);
+    EXPECT_TRUE(RegionCalls().at(1).out.empty());
+  }
+  StartOver();
+  const ScopedSettings settings({.efficiency = 1});
+  const FramePolicy bound{.lines = kLines, .bind_buffer = BindBuffer::kAlways};
+  EXPECT_EQ(Run(bound, KEL_ROI_CIRCLE, Invert), STATUS_OK);
+  EXPECT_TRUE(RegionCalls().at(1).out.empty());
 }
 
 // The status of the work tells whether the output shares the buffer, and that it was cleared.

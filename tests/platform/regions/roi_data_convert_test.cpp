@@ -221,6 +221,43 @@ TEST(RoiExtraction, OutputMayBeTheInputOrShareItsMemory) {
   EXPECT_TRUE(SameImage(source, original));
 }
 
+// Rows of a padded matrix, and rows that follow each other.
+TEST(RoiRestore, WritesAnOutputThatFitsAndLiesApart) {
+  KelROIDataConvert converter;
+  for (const int type : kTypes) {
+    for (const Layout layout : kLayouts) {
+      cv::Mat image = RandomBytes(kSize, type, 3);
+      for (NamedRegion& region : Regions()) {
+        const Cover cover(region.roi, kSize);
+        cv::Mat part = RandomBytes(cover.box.size(), type, 4);
+        GuardedImage out(RandomBytes(kSize, type, 5), layout.gap, layout.margin);
+        cv::Mat written = out.Mat();
+        ASSERT_EQ(converter.ROIImageRestore(image, part, region.roi, &written, 1), 0);
+        EXPECT_EQ(written.data, out.Mat().data);
+        EXPECT_TRUE(SameImage(written, PlainRestore(image, part, cover, true))) << region.name;
+        EXPECT_TRUE(out.SurroundingsUntouched());
+      }
+    }
+  }
+}
+
+TEST(RoiRestore, LeavesAnOutputAloneThatDoesNotFitOrOverlapsAnInput) {
+  KelROIDataConvert converter;
+  KelROI roi = KelROI::Rectangle(1, 1, 3, 2);
+  const cv::Mat canvas = RandomBytes({kSize.width, 2 * kSize.height}, CV_8UC1, 3);
+  cv::Mat image = canvas.rowRange(0, kSize.height);
+  cv::Mat part = canvas(cv::Rect(0, kSize.height + 2, 3, 2));
+  const cv::Mat expected = PlainRestore(image.clone(), part.clone(), Cover(roi, kSize), true);
+  for (const cv::Mat& other :
+       {image, canvas.rowRange(1, kSize.height + 1), canvas.rowRange(kSize.height, canvas.rows),
+        cv::Mat(kSize, CV_8UC3), cv::Mat(kSize, CV_16UC1), cv::Mat(3, 3, CV_8UC1), cv::Mat()}) {
+    cv::Mat out = other;
+    ASSERT_EQ(converter.ROIImageRestore(image, part, roi, &out, 1), 0);
+    EXPECT_NE(out.data, other.data);
+    EXPECT_TRUE(SameImage(out, expected));
+  }
+}
+
 TEST(RoiRestore, TakesThePixelsInsideTheShapeFromThePart) {
   KelROIDataConvert converter;
   for (const int type : kTypes) {

@@ -25,8 +25,8 @@ inline constexpr KelLong KEL_ROI_ERR_MEMORY = 13000006;   // the result does not
 // Which pixels a shape covers: see KelROI; the whole image counts as the shape of all its pixels.
 //
 // Every method reads and writes images of any depth and channel count, also parts of larger
-// matrices. The result is a new matrix that owns its pixels, so the output may be one of the inputs
-// or share memory with it; after a failure it is as the caller passed it. Nothing is thrown.
+// matrices. The result is a new matrix unless told otherwise, so the output may be one of the
+// inputs or share memory with it; after a failure it is as the caller passed it. Nothing is thrown.
 // Statuses, in the order of the checks: KEL_ROI_ERR_OUTPUT, KEL_ROI_ERR_IMAGE, KEL_ROI_ERR_KIND,
 // KEL_ROI_ERR_OUTSIDE, KEL_ROI_ERR_PART; KEL_ROI_ERR_MEMORY whenever an allocation fails. An object
 // has no state: calls may run concurrently on one.
@@ -42,7 +42,8 @@ class KELROIDATACONVERT_API KelROIDataConvert {
 
   // Writes a copy of `image` into `out` in which the pixels inside the shape come from `part`, a
   // matrix of the size that the extraction returns and of the image's type; with `masked` 0 the
-  // whole box comes from it.
+  // whole box comes from it. An output of the image's size and type that lies apart from both is
+  // written in place.
   KelLong ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI& roi, cv::Mat* out, int masked);
 
   // Writes an 8-bit mask of the image's size: 255 inside the shape and 0 outside, the other way
