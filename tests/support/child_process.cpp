@@ -1,6 +1,7 @@
 #include "child_process.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -83,6 +84,9 @@ int Start(std::vector<std::string> command, const std::vector<std::string>& envi
     throw std::runtime_error("cannot fork");
   }
   if (child == 0) {
+    // A shell that runs the tests in the background has these ignored.
+    signal(SIGHUP, SIG_DFL);
+    signal(SIGINT, SIG_DFL);
     const int in = open("/dev/null", O_RDONLY);
     if (dup2(in, STDIN_FILENO) < 0 || dup2(out, STDOUT_FILENO) < 0 ||
         dup2(err, STDERR_FILENO) < 0) {
@@ -97,21 +101,29 @@ int Start(std::vector<std::string> command, const std::vector<std::string>& envi
   return child;
 }
 
-int ExitCode(int child) {
+void Await(int child, ChildResult* result) {
   int status = 0;
   waitpid(child, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  if (WIFEXITED(status)) {
+    result->exit_code = WEXITSTATUS(status);
+  } else {
+    result->signal = WTERMSIG(status);
+  }
 }
 
 }  // namespace
 
 ChildResult RunChild(const std::vector<std::string>& command,
-                     const std::vector<std::string>& environment, const std::string& folder) {
+                     const std::vector<std::string>& environment, const std::string& folder,
+                     const std::function<void(int child)>& meanwhile) {
   const File out = TemporaryFile();
   const File err = TemporaryFile();
   const int child = Start(command, environment, folder, fileno(out.get()), fileno(err.get()));
+  if (meanwhile) {
+    meanwhile(child);
+  }
   ChildResult result;
-  result.exit_code = ExitCode(child);
+  Await(child, &result);
   result.out = Contents(out.get());
   result.err = Contents(err.get());
   return result;
@@ -131,7 +143,7 @@ ChildResult RunChildOnTerminal(const std::vector<std::string>& command,
   ChildResult result;
   result.err = Contents(ours);
   close(ours);
-  result.exit_code = ExitCode(child);
+  Await(child, &result);
   result.out = Contents(out.get());
   return result;
 }

@@ -1,9 +1,11 @@
 // The built program, from the command line to the files.
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <filesystem>
 #include <functional>
@@ -426,13 +428,79 @@ TEST_F(Program, AHalfWrittenOutputLeavesTheOldOne) {
   cv::imwrite(File("in.bmp"), Gradient(400, 300, CV_8UC3));
   WriteFile(File("out.bmp"), "old");
   const std::string command =
-      "trap '' XFSZ; ulimit -f 100; exec \"" KELRA_PROGRAM "\" add-const in.bmp out.bmp --value 1";
+      "ulimit -f 100; exec \"" KELRA_PROGRAM "\" add-const in.bmp out.bmp --value 1";
   const ChildResult got =
       kelra_test::RunChild({"/bin/sh", "-c", command}, {}, folder_.Path().string());
   EXPECT_EQ(got.exit_code, 1);
   ExpectTold(got.err, "kelra: add-const: out.bmp: cannot write: File too large\n");
   EXPECT_EQ(ReadFile(File("out.bmp")), "old");
   EXPECT_EQ(FileNames(), (std::set<std::string>{"in.bmp", "out.bmp"}));
+}
+
+// Large images whose results go to the folder "out", so that a signal reaches the program in the
+// midst of writing one.
+class InterruptedProgram : public Program {
+ protected:
+  InterruptedProgram() {
+    fs::create_directory(File("out"));
+    cv::imwrite(File("in-0.bmp"), Gradient(3000, 2000, CV_8UC3));
+    for (int i = 1; i < 8; ++i) {
+      fs::create_hard_link(File("in-0.bmp"), File("in-" + std::to_string(i) + ".bmp"));
+    }
+  }
+
+  // Sends the signal as soon as a file in "out" is being written.
+  ChildResult Interrupt(const std::string& command_prefix, int signal) {
+    const std::string command =
+        command_prefix + "exec \"" KELRA_PROGRAM "\" add-const in-?.bmp out --value 1";
+    return kelra_test::RunChild(
+        {"/bin/sh", "-c", command}, {}, folder_.Path().string(), [&](int child) {
+          const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+          while (Unfinished().empty() && std::chrono::steady_clock::now() < deadline) {
+          }
+          kill(child, signal);
+        });
+  }
+
+  std::set<std::string> Unfinished() const {
+    std::set<std::string> names = FileNames("out");
+    std::erase_if(names, [](const std::string& name) { return name.ends_with(".bmp"); });
+    return names;
+  }
+
+  bool AllFinishedAreWhole() const {
+    const auto size = fs::file_size(File("in-0.bmp"));
+    const std::set<std::string> names = FileNames("out");
+    return std::all_of(names.begin(), names.end(), [&](const std::string& name) {
+      return fs::file_size(File("out/" + name)) == size;
+    });
+  }
+};
+
+TEST_F(InterruptedProgram, LeavesWholeFilesOnlyAndEndsByTheSignal) {
+  for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
+    const ChildResult got = Interrupt("", signal);
+    EXPECT_EQ(got.signal, signal);
+    EXPECT_EQ(Unfinished(), std::set<std::string>());
+    EXPECT_TRUE(AllFinishedAreWhole());
+  }
+}
+
+TEST_F(InterruptedProgram, GoesOnAfterASignalThatItsParentIgnores) {
+  const ChildResult got = Interrupt("trap '' HUP; ", SIGHUP);
+  EXPECT_EQ(got.exit_code, 0) << got.err;
+  EXPECT_EQ(FileNames("out").size(), 8U);
+  EXPECT_TRUE(AllFinishedAreWhole());
+}
+
+TEST_F(Program, AReaderThatWentAwayIsAFailureOfTheOutput) {
+  MakeImage("in.png");
+  const std::string command = "mkfifo pipe; exec 3<>pipe 4>pipe 3<&-; \"" KELRA_PROGRAM
+                              "\" get-pixel in.png --row 1 --column 1 >&4";
+  const ChildResult got =
+      kelra_test::RunChild({"/bin/sh", "-c", command}, {}, folder_.Path().string());
+  EXPECT_EQ(got.exit_code, 1);
+  EXPECT_EQ(got.err, "kelra: standard output cannot be written\n");
 }
 
 TEST_F(Program, VerboseTellsEachFile) {

@@ -4,6 +4,7 @@
 #include "codec_messages.h"
 #include "command_line.h"
 #include "console.h"
+#include "interruption.h"
 
 namespace {
 
@@ -28,6 +29,7 @@ int main(int argc, char** argv) {
   KELRA::tool::Console console;
   const KELRA::tool::CodecMessageCatcher catcher;
   try {
+    KELRA::tool::EndCleanlyOnSignals();
     return Run(argc, argv, console);
   } catch (const KELRA::tool::UsageError& problem) {
     console.Say(problem.what());

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <memory>
 #include <random>
+#include <set>
 #include <system_error>
 
 namespace KELRA::tool {
@@ -38,12 +39,25 @@ bool ReachesDisk(std::FILE* file) {
 #endif
 }
 
+// The files that are being written, under names of their own. Never destroyed: a signal can end the
+// program while it is ending by itself.
+struct UnfinishedFiles {
+  std::mutex mutex;
+  std::set<fs::path> paths;
+};
+
+UnfinishedFiles& Unfinished() {
+  static UnfinishedFiles& files = *new UnfinishedFiles;
+  return files;
+}
+
 // A new file beside `target`, under a name that no other file has; removed unless it takes the
 // target's place. Messages call the target `name`.
 class Replacement {
  public:
   Replacement(const fs::path& target, const fs::path& name) : target_(target), name_(name) {
     std::random_device random;
+    const std::lock_guard lock(Unfinished().mutex);
     do {
       const std::uint64_t number = (std::uint64_t{random()} << 32) | random();
       path_ = target.parent_path() / (".kelra-" + std::to_string(number) + ".tmp");
@@ -52,12 +66,14 @@ class Replacement {
     if (!file_) {
       throw FileError(name, SystemProblem("cannot write"));
     }
+    Unfinished().paths.insert(path_);
   }
 
   ~Replacement() {
     file_.reset();
-    std::error_code ignored;
-    if (!path_.empty()) {
+    const std::lock_guard lock(Unfinished().mutex);
+    if (Unfinished().paths.erase(path_) != 0) {
+      std::error_code ignored;
       fs::remove(path_, ignored);
     }
   }
@@ -79,11 +95,12 @@ class Replacement {
     if (const fs::file_status old = fs::status(target_, error); fs::exists(old)) {
       fs::permissions(path_, old.permissions(), error);
     }
+    const std::lock_guard lock(Unfinished().mutex);
     fs::rename(path_, target_, error);
     if (error) {
       throw FileError(name_, "cannot write: " + error.message());
     }
-    path_.clear();
+    Unfinished().paths.erase(path_);
   }
 
  private:
@@ -138,6 +155,15 @@ void WriteWholeFile(const fs::path& path, const Bytes& bytes) {
   Replacement replacement(target, path);
   replacement.Write(bytes);
   replacement.TakePlace();
+}
+
+std::unique_lock<std::mutex> AbandonWrites() {
+  std::unique_lock lock(Unfinished().mutex);
+  for (const fs::path& path : Unfinished().paths) {
+    std::error_code ignored;
+    fs::remove(path, ignored);
+  }
+  return lock;
 }
 
 }  // namespace KELRA::tool
