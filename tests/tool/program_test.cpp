@@ -192,6 +192,28 @@ TEST_F(Program, WorksInEveryKindOfRegion) {
   }
 }
 
+TEST_F(Program, RefusesAMaskOfAnotherSizeThanTheImage) {
+  const std::string fitting = MakeImage("fitting.png");
+  cv::imwrite(File("other.png"), Gradient(41, 30, CV_8UC1));
+  const std::string mask = "mask:" + fitting;
+  for (const char* command : {"add-const", "paint"}) {
+    const std::string told = Failure(
+        {command, fitting, File("other.png"), File("results/"), "--value", "1", "--roi", mask}, 1);
+    EXPECT_EQ(told, std::string("kelra: ") + command + ": " + File("other.png") + ": --roi " +
+                        mask + ": the mask is 40 x 30 pixels, expected the image's 41 x 30\n");
+    EXPECT_EQ(FileNames("results"), (std::set<std::string>{"fitting.png"}));
+  }
+}
+
+// Their positions are told, so that they fit any image.
+TEST_F(Program, TakesRunsBeyondTheImage) {
+  const std::string in = MakeImage("in.png");
+  WriteFile(File("runs.txt"), "3 5 900\n70 0 39\n");
+  Succeed({"add-const", in, File("out.png"), "--value", "9", "--roi", "runs:" + File("runs.txt")});
+  EXPECT_TRUE(Same(Read(File("out.png")),
+                   Brighter(Read(in), 9, [](int x, int y) { return y == 3 && x >= 5; })));
+}
+
 TEST_F(Program, KeepsDepthAndChannelsInEveryFileType) {
   struct Case {
     const char* name;

@@ -97,9 +97,15 @@ TEST(StatusText, EveryStatusOfTheLibraryHasAMeaning) {
                                ERR_CONVERT_EXCEPTION,
                                ERR_PASTE_EXCEPTION,
                                ERR_BITWISE_EXCEPTION,
-                               ERR_WARP_EXCEPTION}) {
+                               ERR_WARP_EXCEPTION,
+                               KEL_ROI_ERR_IMAGE,
+                               KEL_ROI_ERR_KIND,
+                               KEL_ROI_ERR_OUTSIDE,
+                               KEL_ROI_ERR_PART,
+                               KEL_ROI_ERR_OUTPUT,
+                               KEL_ROI_ERR_MEMORY}) {
     const std::string text = Text(status, {Image(4, 3, CV_8UC1)});
-    EXPECT_NE(text.find("(ERR_"), std::string::npos) << text;
+    EXPECT_NE(text.find("ERR_"), std::string::npos) << text;
     EXPECT_NE(text.find(", " + std::to_string(status) + ")"), std::string::npos) << text;
   }
 }

@@ -242,6 +242,16 @@ TEST(ValueParsing, MaskOfAnImageFile) {
   EXPECT_THROW(Parsed<KelROI>("mask:" + (folder / "text.png")), FileError);
 }
 
+TEST(ValueParsing, AMaskIsBlackWhateverItsAlpha) {
+  const TemporaryFolder folder;
+  cv::Mat mask(4, 6, CV_8UC4, cv::Scalar(0, 0, 0, 255));
+  mask.row(1).setTo(cv::Scalar(0, 0, 1, 0));
+  WriteImage(folder / "mask.png", KelImage(mask));
+  const std::vector<KelRun> runs = Parsed<KelRegion>("mask:" + (folder / "mask.png")).Runs();
+  ASSERT_EQ(runs.size(), 1U);
+  EXPECT_EQ(runs[0].row, 1);
+}
+
 TEST(ValueParsing, TypesOfSamples) {
   const std::vector<std::string> names = {"u8", "s8", "u16", "s16", "s32", "f32", "f64"};
   for (std::size_t i = 0; i < names.size(); ++i) {

@@ -9,7 +9,9 @@
 #include <filesystem>
 #include <map>
 #include <opencv2/core.hpp>
+#include <stdexcept>
 #include <system_error>
+#include <variant>
 
 #include "image_files.h"
 #include "status_text.h"
@@ -171,6 +173,24 @@ std::string NameOf(const Job& job) {
   return name;
 }
 
+// A mask is drawn for images of its own size; on others it would mark the wrong pixels silently.
+void CheckMaskFits(const Invocation& invocation, const KelImage& image) {
+  const std::string& option = invocation.command->region_option;
+  if (option.empty()) {
+    return;
+  }
+  const std::string& text = invocation.texts.at(option);
+  const auto* mask =
+      std::get_if<KelRegion>(&invocation.command->region(invocation.options).Shape());
+  if (mask == nullptr || !NamesMask(text) ||
+      (mask->Width() == image.Width() && mask->Height() == image.Height())) {
+    return;
+  }
+  throw std::runtime_error(option + " " + text + ": the mask is " +
+                           SizeText(mask->Width(), mask->Height()) +
+                           " pixels, expected the image's " + SizeText(image));
+}
+
 class Batch {
  public:
   Batch(const Invocation& invocation, std::vector<Job> jobs, Console& console)
@@ -223,6 +243,9 @@ class Batch {
         Say(input + ": warning: " + read.warning);
       }
       call.inputs.push_back(std::move(read.image));
+    }
+    if (!call.inputs.empty()) {
+      CheckMaskFits(invocation_, call.inputs.front());
     }
     std::any options = invocation_.options;
     KelLong status = 0;

@@ -68,9 +68,10 @@ struct Command {
   std::string formula;
   std::string example;  // runs from the repository's root
   std::vector<DeclaredOption> options;
-  std::string region_option;                     // the option that holds a region, if there is one
-  std::map<KelLong, CheckedOption> checked;      // the statuses that tell of an option
-  std::any defaults;                             // the options, before any text is parsed
+  std::string region_option;  // the option that holds a region, if there is one
+  std::function<const KelROI&(const std::any&)> region;  // its value among the options
+  std::map<KelLong, CheckedOption> checked;              // the statuses that tell of an option
+  std::any defaults;                                     // the options, before any text is parsed
   std::function<KelLong(Call&, std::any&)> run;  // `any` holds the options of this call alone
 };
 
@@ -123,6 +124,9 @@ class CommandBuilder {
   // --roi, the whole image unless given.
   CommandBuilder& Region(KelROI Options::*member) {
     command_.region_option = "--roi";
+    command_.region = [member](const std::any& options) -> const KelROI& {
+      return std::any_cast<const Options&>(options).*member;
+    };
     return Optional("--roi", member, "whole", "Where to work; the rest stays as it is");
   }
 

@@ -188,9 +188,11 @@ void WriteImage(const std::filesystem::path& path, const KelImage& image) {
   WriteWholeFile(path, bytes);
 }
 
-std::string SizeText(const KelImage& image) {
-  return std::to_string(image.Width()) + " x " + std::to_string(image.Height());
+std::string SizeText(int width, int height) {
+  return std::to_string(width) + " x " + std::to_string(height);
 }
+
+std::string SizeText(const KelImage& image) { return SizeText(image.Width(), image.Height()); }
 
 std::string DepthText(KelImageType depth) {
   constexpr std::array<const char*, 7> kDepthNames = {

@@ -29,6 +29,7 @@ ReadResult ReadImage(const std::filesystem::path& path, const std::optional<RawL
 void WriteImage(const std::filesystem::path& path, const KelImage& image);
 
 // "384 x 303"
+std::string SizeText(int width, int height);
 std::string SizeText(const KelImage& image);
 
 // "8-bit", "16-bit", "32-bit float", ...

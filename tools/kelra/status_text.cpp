@@ -40,7 +40,9 @@ std::string Channels(const Images& inputs) {
   return Each(inputs, [](const KelImage& image) { return ChannelText(image.Channels()); });
 }
 
-std::string Sizes(const Images& inputs) { return Each(inputs, SizeText); }
+std::string Sizes(const Images& inputs) {
+  return Each(inputs, [](const KelImage& image) { return SizeText(image); });
+}
 
 struct StatusEntry {
   KelLong status;
@@ -145,6 +147,8 @@ constexpr StatusEntry kStatuses[] = {
      [](const Images&) -> std::string { return "the part does not fit the region"; }},
     {KEL_ROI_ERR_OUTPUT, "KEL_ROI_ERR_OUTPUT",
      [](const Images&) -> std::string { return "the region library got no place for its result"; }},
+    {KEL_ROI_ERR_MEMORY, "KEL_ROI_ERR_MEMORY",
+     [](const Images&) -> std::string { return "not enough memory"; }},
 };
 
 const StatusEntry* Find(KelLong status) {

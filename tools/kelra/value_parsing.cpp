@@ -127,8 +127,19 @@ KelRegion RunsOfFile(const std::string& path) {
   return region;
 }
 
+// An opaque black pixel is as black as a transparent one.
+KelImage WithoutAlpha(const KelImage& image) {
+  if (image.Channels() != 4) {
+    return image;
+  }
+  cv::Mat colors(image.Mat().size(), CV_MAKETYPE(image.BitDepth(), 3));
+  cv::mixChannels(std::vector<cv::Mat>{image.Mat()}, std::vector<cv::Mat>{colors},
+                  std::vector<int>{0, 0, 1, 1, 2, 2});
+  return KelImage(colors);
+}
+
 KelRegion RegionOfMask(const std::string& path) {
-  KelImage mask = ReadImage(path).image;
+  KelImage mask = WithoutAlpha(ReadImage(path).image);
   KelRegion region;
   if (const KelLong status = KelDataConvert::KelImageToRegion(mask, &region); status != 0) {
     throw FileError(path, "cannot be used as a mask (" + std::to_string(status) + ")");
@@ -342,6 +353,8 @@ void ParseValue(std::string_view text, RawLayout* value) {
   value->channels = *channels;
 }
 
+bool NamesMask(std::string_view region) { return region.starts_with("mask:"); }
+
 std::string RegionHelp() {
   constexpr std::size_t kMeaningColumn = 32;
   std::string help;
@@ -355,7 +368,7 @@ std::string RegionHelp() {
   }
   line("polygon:x1,y1,x2,y2,...", "three or more corners");
   line("runs:FILE", "a text file: row, first and last column per line, # for comments");
-  line("mask:FILE", "an image: the pixels that are not 0");
+  line("mask:FILE", "an image of IN's size: the pixels that are not black");
   return help;
 }
 

@@ -43,6 +43,9 @@ inline const char* Placeholder(const KelROI*) { return "REGION"; }
 inline const char* Placeholder(const KelImageType*) { return "TYPE"; }
 inline const char* Placeholder(const RawLayout*) { return "WIDTHxHEIGHTxCHANNELS:TYPE"; }
 
+// Whether the text of a region names an image file that marks its pixels.
+bool NamesMask(std::string_view region);
+
 // The forms of a region, one a line, each with its meaning.
 std::string RegionHelp();
 
