@@ -35,9 +35,9 @@ class KELROIDATACONVERT_API KelROIDataConvert {
   KelROIDataConvert();
   ~KelROIDataConvert();
 
-  // Cuts the shape's bounding box out of `image`, itself cut at the image's edges; samples of the
-  // box outside the shape become `fill`, cut to the range of the depth (NaN gives 0), or keep the
-  // image's values when `clip` is 0.
+  // Cuts the shape's bounding box out of `image`: the smallest upright one around the pixels of the
+  // image that the shape covers. Samples of the box outside the shape become `fill`, cut to the
+  // range of the depth (NaN gives 0), or keep the image's values when `clip` is 0.
   KelLong ROIImageExtraction(cv::Mat& image, KelROI& roi, cv::Mat* out, int clip, double fill);
 
   // Writes a copy of `image` into `out` in which the pixels inside the shape come from `part`, a
