@@ -1,4 +1,5 @@
 // What every library of the family shares: the status type and the symbol visibility macros.
+// KELRA_LOCAL is for the members of an exported class that only its own library calls.
 #pragma once
 
 #include <cstdint>
@@ -6,9 +7,11 @@
 #if defined(_WIN32)
 #define KELRA_EXPORT __declspec(dllexport)
 #define KELRA_IMPORT __declspec(dllimport)
+#define KELRA_LOCAL
 #else
 #define KELRA_EXPORT __attribute__((visibility("default")))
 #define KELRA_IMPORT __attribute__((visibility("default")))
+#define KELRA_LOCAL __attribute__((visibility("hidden")))
 #endif
 
 namespace KELRA {

@@ -227,7 +227,7 @@ class KELDATA_API KelROI {
   const KelShape& Shape() const;
 
  private:
-  KelROI(KelROIType kind, KelShape shape);
+  KELRA_LOCAL KelROI(KelROIType kind, KelShape shape);
 
   KelROIType kind_ = KEL_ROI_WHOLE_IMAGE;
   std::shared_ptr<const KelShape> shape_;
