@@ -6,23 +6,43 @@
 #include <tbb/task_group.h>
 
 #include <algorithm>
+#include <atomic>
 
 #include "frame/load_time_state.h"
 
+#if !defined(_WIN32)
+#include <pthread.h>
+#endif
+
 namespace KELRA {
+namespace {
+
+// A fork takes along what the thread pool knows, its locks included, but none of its threads: in
+// the child nobody would come to help, and a lock that another thread held is never released. A
+// pool that has not been used yet starts afresh in the child.
+std::atomic<bool> g_pool_is_used{false};
+std::atomic<bool> g_pool_is_lost{false};
+#if !defined(_WIN32)
+[[maybe_unused]] const int g_fork_handler = pthread_atfork(nullptr, nullptr, [] {
+  g_pool_is_lost.store(g_pool_is_used.load(std::memory_order_relaxed), std::memory_order_relaxed);
+});
+#endif
+
+}  // namespace
 
 void ForEachRowRangeInParallel(int rows, FunctionRef<void(const RowRange&)> body) {
   const int parallel = LoadedSettings().parallel;
   const int grain = parallel < 1 ? 1 : std::max(1, rows / parallel);
-  if (grain >= rows) {
+  if (grain >= rows || g_pool_is_lost.load(std::memory_order_relaxed)) {
     body(RowRange(0, rows));
     return;
   }
+  g_pool_is_used.store(true, std::memory_order_relaxed);
   const RowRange range(0, rows, static_cast<std::size_t>(grain));
   // A context of its own: a caller's cancelled tasks must not leave rows unwritten.
   tbb::task_group_context context(tbb::task_group_context::isolated);
-  // A thread that waits for the last rows takes up no other task of the caller's meanwhile: that one
-  // might call the very object whose call is under way.
+  // A thread that waits for the last rows takes up no other task of the caller's meanwhile: that
+  // one might call the very object whose call is under way.
   tbb::this_task_arena::isolate(
       [&] { tbb::parallel_for(range, body, tbb::auto_partitioner(), context); });
 }

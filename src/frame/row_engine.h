@@ -23,6 +23,9 @@ void ForEachRowRangeInParallel(int rows, FunctionRef<void(const RowRange&)> body
 // Little work runs on the calling thread: starting a parallel loop would take longer. Otherwise the
 // parallel setting N gives the smallest range split off, rows / N but at least 1; an N below 1
 // gives 1. What the body throws passes to the caller.
+//
+// The threads are those of the arena that the caller is in. A process forked after the first
+// parallel loop has none of them, and does all work on the calling thread.
 template <class Body>
 void ForEachRowRange(int rows, std::size_t bytes, const Body& body) {
   if (rows <= 0) {
