@@ -1,69 +1,112 @@
 #include <benchmark/benchmark.h>
 
-#include <cmath>
-#include <map>
-#include <utility>
+#include <cstdint>
+#include <memory>
+#include <vector>
 
+#include "regions.h"
 #include "side_by_side.h"
 
 namespace KELRA::bench {
 namespace {
 
-// A region as runs for us, and as a ready mask for OpenCV.
-struct Area {
-  KelRegionArray regions;
-  cv::Mat mask;
-};
-
-Area WholeArea(cv::Size size) {
-  KelRegion region(size.width, size.height);
-  for (int row = 0; row < size.height; ++row) {
-    region.Append({row, 0, size.width - 1});
-  }
-  return {{region}, cv::Mat(size, CV_8UC1, cv::Scalar(255))};
+// The pixel in the middle.
+template <class Sample>
+void SetMiddle(cv::Mat* image, Sample value) {
+  image->ptr<Sample>(image->rows / 2)[image->cols / 2 * image->channels()] = value;
 }
 
-// The ellipse that touches the image's edges.
-Area EllipseArea(cv::Size size) {
-  KelRegion region(size.width, size.height);
-  cv::Mat mask = cv::Mat::zeros(size, CV_8UC1);
-  for (int row = 0; row < size.height; ++row) {
-    const double y = (row + 0.5) / size.height * 2 - 1;
-    const int half = static_cast<int>(std::sqrt(1 - y * y) * size.width / 2);
-    const int first = size.width / 2 - half;
-    const int end = size.width / 2 + half;
-    if (first < end) {
-      region.Append({row, first, end - 1});
-      mask.row(row).colRange(first, end).setTo(255);
+// One channel of the pixels of runs. OpenCV sets all channels of a colour image at once.
+void RegisterPainting(const char* region_name) {
+  const auto make = [region_name](cv::Size size, int type) {
+    struct On {
+      KelImageOperation op;
+      KelImage src;
+      KelRegionArray regions;
+      KelImage our_dst;
+      cv::Mat opencv_dst;
+    };
+    const auto region = RegionOn(size, region_name);
+    cv::Mat mask = cv::Mat::zeros(size, CV_8UC1);
+    mask(region->box).setTo(255, region->mask);
+    const auto on = std::make_shared<On>();
+    on->src = KelImage(Noise(size, type));
+    on->regions.Append(RunsOf(mask));
+    return Calls{[=] { return on->op.SetRegionValue(on->src, &on->our_dst, on->regions, 1, 200); },
+                 [=] {
+                   on->src.Mat().copyTo(on->opencv_dst);
+                   on->opencv_dst(region->box).setTo(cv::Scalar::all(200), region->mask);
+                 }};
+  };
+  Register(CallsSideBySide{"SetRegionValue", make, 2, kAllTypes, region_name});
+}
+
+// Either side's calls use up one bitmap each.
+Calls ConvertBitmaps(cv::Size size, int type) {
+  struct On {
+    KelImageOperation op;
+    cv::Mat bits;
+    std::vector<HBITMAP> bitmaps;
+    KelImage our_dst;
+    cv::Mat opencv_dst;
+    ~On() {
+      for (const HBITMAP bitmap : bitmaps) {
+        DeleteObject(bitmap);
+      }
     }
-  }
-  return {{region}, mask};
+    HBITMAP Take() {
+      const HBITMAP bitmap = bitmaps.back();
+      bitmaps.pop_back();
+      return bitmap;
+    }
+  };
+  const auto on = std::make_shared<On>();
+  // Rows of an even number of bytes, as a bitmap's are.
+  on->bits.create(size.height, (size.width + 1) / 2 * 2, type);
+  return {[=] {
+            const auto handle = static_cast<KelLong>(reinterpret_cast<std::intptr_t>(on->Take()));
+            return on->op.ImageConvertBITMAP(&on->our_dst, handle, size.height, size.width, 8,
+                                             CV_MAT_CN(type), 0);
+          },
+          [=] {
+            const HBITMAP bitmap = on->Take();
+            BITMAP header;
+            GetObjectW(bitmap, sizeof(header), &header);
+            const cv::Mat pixels(header.bmHeight, header.bmWidth, type, header.bmBits,
+                                 static_cast<std::size_t>(header.bmWidthBytes));
+            cv::flip(pixels, on->opencv_dst, 0);
+            DeleteObject(bitmap);
+          },
+          [=](int calls) {
+            for (int i = 0; i < calls; ++i) {
+              on->bitmaps.push_back(CreateBitmap(size.width, size.height, 1,
+                                                 static_cast<unsigned>(8 * CV_MAT_CN(type)),
+                                                 on->bits.data));
+            }
+          }};
 }
 
-using MakeArea = Area (*)(cv::Size size);
-
-// The same area for every call on images of a size.
-template <MakeArea Make>
-Area& AreaFor(cv::Size size) {
-  static std::map<std::pair<int, int>, Area> areas;
-  const auto [entry, is_new] = areas.try_emplace({size.width, size.height});
-  if (is_new) {
-    entry->second = Make(size);
-  }
-  return entry->second;
-}
-
-// OpenCV sets all channels of a colour image at once.
-template <MakeArea Make>
-void RegisterPainting(const std::string& name) {
-  Register({name,
-            [](KelImageOperation& op, KelImage& src, KelImage* dst) {
-              return op.SetRegionValue(src, dst, AreaFor<Make>(src.Mat().size()).regions, 1, 200);
-            },
-            [](const cv::Mat& src, cv::Mat* dst) {
-              src.copyTo(*dst);
-              dst->setTo(cv::Scalar::all(200), AreaFor<Make>(src.size()).mask);
-            }});
+// Two fields, as new images.
+Calls SeparateRows(cv::Size size, int type) {
+  struct On {
+    KelImageOperation op;
+    KelImage src;
+  };
+  const auto on = std::make_shared<On>();
+  on->src = KelImage(Noise(size, type));
+  return {[=] {
+            KelImageArray fields;
+            return on->op.ImageRowSeparate(on->src, &fields, 2);
+          },
+          [=] {
+            const cv::Mat& src = on->src.Mat();
+            for (int i = 0; i < 2; ++i) {
+              cv::Mat field(src.rows / 2, src.cols, src.type());
+              for (int row = 0; row < field.rows; ++row) {
+                src.row(2 * row + i).copyTo(field.row(row));
+              }
+            }
+          }};
 }
 
 }  // namespace
@@ -72,26 +115,43 @@ void RegisterAccess() {
   Register({"GetPixelValue",
             [](KelImageOperation& op, KelImage& src, KelImage*) {
               double value = 0;
-              const KelLong status = op.GetPixelValue(src, 5, 7, 1, &value);
+              const KelLong status =
+                  op.GetPixelValue(src, src.Height() / 2, src.Width() / 2, 1, &value);
               benchmark::DoNotOptimize(value);
               return status;
             },
             [](const cv::Mat& src, cv::Mat*) {
-              double value = src.at<unsigned char>(5, 7);
+              double value = src.at<std::uint8_t>(src.rows / 2, src.cols / 2);
               benchmark::DoNotOptimize(value);
             },
-            {CV_8UC1}});
+            {CV_8UC1}},
+           Work::kCallOnly);
   Register({"SetPixelValue",
             [](KelImageOperation& op, KelImage& src, KelImage* dst) {
-              return op.SetPixelValue(src, dst, 5, 7, 1, 200);
+              return op.SetPixelValue(src, dst, src.Height() / 2, src.Width() / 2, 1, 200);
             },
             [](const cv::Mat& src, cv::Mat* dst) {
               src.copyTo(*dst);
-              dst->at<unsigned char>(5, 7) = 200;
+              if (src.depth() == CV_8U) {
+                SetMiddle<std::uint8_t>(dst, 200);
+              } else {
+                SetMiddle<std::uint16_t>(dst, 200);
+              }
+            }});
+  RegisterPainting(kWhole);
+  for (const char* region : kPartialRegions) {
+    RegisterPainting(region);
+  }
+  Register({"ImageConvert",
+            [](KelImageOperation& op, KelImage& src, KelImage* dst) {
+              return op.ImageConvert(src.ImageData(), dst, src.Height(), src.Width(), KEL_8U, 1, 0);
             },
-            {CV_8UC1}});
-  RegisterPainting<WholeArea>("SetRegionValue, every pixel");
-  RegisterPainting<EllipseArea>("SetRegionValue, an ellipse");
+            [](const cv::Mat& src, cv::Mat* dst) {
+              *dst = cv::Mat(src.rows, src.cols, CV_8UC1, src.data);
+            },
+            {CV_8UC1}},
+           Work::kCallOnly);
+  Register(CallsSideBySide{"ImageConvertBITMAP", ConvertBitmaps, 2, {CV_8UC1, CV_8UC3}});
   Register({"ImageDepthConvert to 16 bits",
             [](KelImageOperation& op, KelImage& src, KelImage* dst) {
               return op.ImageDepthConvert(src, dst, KEL_16U);
@@ -104,25 +164,7 @@ void RegisterAccess() {
             },
             [](const cv::Mat& src, cv::Mat* dst) { src.convertTo(*dst, CV_8U); },
             {CV_16UC1, CV_16UC3}});
-  // Two fields, as new images.
-  Register({"ImageRowSeparate 2",
-            [](KelImageOperation& op, KelImage& src, KelImage* dst) {
-              KelImageArray fields;
-              const KelLong status = op.ImageRowSeparate(src, &fields, 2);
-              *dst = fields[0];
-              return status;
-            },
-            [](const cv::Mat& src, cv::Mat* dst) {
-              cv::Mat fields[2];
-              for (int i = 0; i < 2; ++i) {
-                fields[i].create(src.rows / 2, src.cols, src.type());
-                for (int row = 0; row < fields[i].rows; ++row) {
-                  src.row(2 * row + i).copyTo(fields[i].row(row));
-                }
-              }
-              *dst = fields[0];
-            },
-            {CV_8UC1}});
+  Register(CallsSideBySide{"ImageRowSeparate 2", SeparateRows, 2, {CV_8UC1}, kWhole, {1, 2}});
 }
 
 }  // namespace KELRA::bench

@@ -3,39 +3,44 @@
 namespace KELRA::bench {
 
 void RegisterPointOperations() {
-  static KelROI whole;
   Register(
       {"BitAndConst 60",
-       [](KelImageOperation& op, KelImage& src, KelImage* dst) {
-         return op.BitAndConst(src, whole, dst, 60);
+       [](KelImageOperation& op, KelImage& src, KelROI& roi, KelImage* dst) {
+         return op.BitAndConst(src, roi, dst, 60);
        },
-       [](const cv::Mat& src, cv::Mat* dst) { cv::bitwise_and(src, cv::Scalar::all(60), *dst); }});
+       [](const cv::Mat& src, cv::Mat* dst) { cv::bitwise_and(src, cv::Scalar::all(60), *dst); }},
+      Work::kRowKernels);
   Register(
       {"BitOrConst 60",
-       [](KelImageOperation& op, KelImage& src, KelImage* dst) {
-         return op.BitOrConst(src, whole, dst, 60);
+       [](KelImageOperation& op, KelImage& src, KelROI& roi, KelImage* dst) {
+         return op.BitOrConst(src, roi, dst, 60);
        },
-       [](const cv::Mat& src, cv::Mat* dst) { cv::bitwise_or(src, cv::Scalar::all(60), *dst); }});
+       [](const cv::Mat& src, cv::Mat* dst) { cv::bitwise_or(src, cv::Scalar::all(60), *dst); }},
+      Work::kRowKernels);
   Register(
       {"BitXorConst 60",
-       [](KelImageOperation& op, KelImage& src, KelImage* dst) {
-         return op.BitXorConst(src, whole, dst, 60);
+       [](KelImageOperation& op, KelImage& src, KelROI& roi, KelImage* dst) {
+         return op.BitXorConst(src, roi, dst, 60);
        },
-       [](const cv::Mat& src, cv::Mat* dst) { cv::bitwise_xor(src, cv::Scalar::all(60), *dst); }});
+       [](const cv::Mat& src, cv::Mat* dst) { cv::bitwise_xor(src, cv::Scalar::all(60), *dst); }},
+      Work::kRowKernels);
   Register({"BitNot",
-            [](KelImageOperation& op, KelImage& src, KelImage* dst) {
-              return op.BitNot(src, whole, dst);
+            [](KelImageOperation& op, KelImage& src, KelROI& roi, KelImage* dst) {
+              return op.BitNot(src, roi, dst);
             },
-            [](const cv::Mat& src, cv::Mat* dst) { cv::bitwise_not(src, *dst); }});
-  Register(
-      {"Sqrt",
-       [](KelImageOperation& op, KelImage& src, KelImage* dst) { return op.Sqrt(src, whole, dst); },
-       [](const cv::Mat& src, cv::Mat* dst) {
-         cv::Mat floats;
-         src.convertTo(floats, CV_32F);
-         cv::sqrt(floats, floats);
-         floats.convertTo(*dst, src.depth());
-       }});
+            [](const cv::Mat& src, cv::Mat* dst) { cv::bitwise_not(src, *dst); }},
+           Work::kRowKernels);
+  Register({"Sqrt",
+            [](KelImageOperation& op, KelImage& src, KelROI& roi, KelImage* dst) {
+              return op.Sqrt(src, roi, dst);
+            },
+            [](const cv::Mat& src, cv::Mat* dst) {
+              cv::Mat floats;
+              src.convertTo(floats, CV_32F);
+              cv::sqrt(floats, floats);
+              floats.convertTo(*dst, src.depth());
+            }},
+           Work::kRowKernels);
 }
 
 }  // namespace KELRA::bench

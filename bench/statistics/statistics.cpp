@@ -34,7 +34,6 @@ void MeanByOpenCv(const Images& images, bool trimmed, cv::Mat* dst) {
 }  // namespace
 
 void RegisterStatistics() {
-  static KelROI whole;
   Register({"PixelMax", 8,
             [](KelImageOperation& op, KelImageArray& images, KelImage* dst) {
               return op.PixelMax(images, dst);
@@ -44,7 +43,8 @@ void RegisterStatistics() {
               for (const cv::Mat& image : images) {
                 cv::max(*dst, image, *dst);
               }
-            }});
+            }},
+           Work::kRowKernels);
   Register({"PixelMin", 8,
             [](KelImageOperation& op, KelImageArray& images, KelImage* dst) {
               return op.PixelMin(images, dst);
@@ -54,42 +54,50 @@ void RegisterStatistics() {
               for (const cv::Mat& image : images) {
                 cv::min(*dst, image, *dst);
               }
-            }});
+            }},
+           Work::kRowKernels);
   Register({"PixelAverage", 8,
             [](KelImageOperation& op, KelImageArray& images, KelImage* dst) {
               return op.PixelAverage(images, dst, 0);
             },
-            [](const Images& images, cv::Mat* dst) { MeanByOpenCv(images, false, dst); }});
+            [](const Images& images, cv::Mat* dst) { MeanByOpenCv(images, false, dst); }},
+           Work::kRowKernels);
   Register({"PixelAverage trimmed", 8,
             [](KelImageOperation& op, KelImageArray& images, KelImage* dst) {
               return op.PixelAverage(images, dst, 3);
             },
-            [](const Images& images, cv::Mat* dst) { MeanByOpenCv(images, true, dst); }});
+            [](const Images& images, cv::Mat* dst) { MeanByOpenCv(images, true, dst); }},
+           Work::kRowKernels);
   Register({"PixelMaxConst 60",
-            [](KelImageOperation& op, KelImage& src, KelImage* dst) {
-              return op.PixelMaxConst(src, whole, dst, 60);
+            [](KelImageOperation& op, KelImage& src, KelROI& roi, KelImage* dst) {
+              return op.PixelMaxConst(src, roi, dst, 60);
             },
-            [](const cv::Mat& src, cv::Mat* dst) { cv::max(src, 60.0, *dst); }});
+            [](const cv::Mat& src, cv::Mat* dst) { cv::max(src, 60.0, *dst); }},
+           Work::kRowKernels);
   Register({"PixelMinConst 60",
-            [](KelImageOperation& op, KelImage& src, KelImage* dst) {
-              return op.PixelMinConst(src, whole, dst, 60);
+            [](KelImageOperation& op, KelImage& src, KelROI& roi, KelImage* dst) {
+              return op.PixelMinConst(src, roi, dst, 60);
             },
-            [](const cv::Mat& src, cv::Mat* dst) { cv::min(src, 60.0, *dst); }});
+            [](const cv::Mat& src, cv::Mat* dst) { cv::min(src, 60.0, *dst); }},
+           Work::kRowKernels);
   Register({"PixelAverageConst 60",
-            [](KelImageOperation& op, KelImage& src, KelImage* dst) {
-              return op.PixelAverageConst(src, whole, dst, 60);
+            [](KelImageOperation& op, KelImage& src, KelROI& roi, KelImage* dst) {
+              return op.PixelAverageConst(src, roi, dst, 60);
             },
-            [](const cv::Mat& src, cv::Mat* dst) { src.convertTo(*dst, -1, 0.5, 30); }});
+            [](const cv::Mat& src, cv::Mat* dst) { src.convertTo(*dst, -1, 0.5, 30); }},
+           Work::kRowKernels);
   Register({"DifferenceConst 60",
-            [](KelImageOperation& op, KelImage& src, KelImage* dst) {
-              return op.DifferenceConst(src, whole, dst, 60);
+            [](KelImageOperation& op, KelImage& src, KelROI& roi, KelImage* dst) {
+              return op.DifferenceConst(src, roi, dst, 60);
             },
-            [](const cv::Mat& src, cv::Mat* dst) { cv::absdiff(src, cv::Scalar::all(60), *dst); }});
+            [](const cv::Mat& src, cv::Mat* dst) { cv::absdiff(src, cv::Scalar::all(60), *dst); }},
+           Work::kRowKernels);
   Register({"Difference", 2,
             [](KelImageOperation& op, KelImageArray& images, KelImage* dst) {
               return op.Difference(images[0], images[1], dst);
             },
-            [](const Images& images, cv::Mat* dst) { cv::absdiff(images[0], images[1], *dst); }});
+            [](const Images& images, cv::Mat* dst) { cv::absdiff(images[0], images[1], *dst); }},
+           Work::kRowKernels);
 }
 
 }  // namespace KELRA::bench

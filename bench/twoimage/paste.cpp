@@ -1,5 +1,3 @@
-#include <cmath>
-#include <cstdint>
 #include <map>
 #include <opencv2/imgproc.hpp>
 #include <tuple>
@@ -15,7 +13,7 @@ const cv::Mat& SecondImage(const cv::Mat& canvas) {
   static std::map<std::tuple<int, int, int>, cv::Mat> images;
   cv::Mat& image = images[{canvas.rows, canvas.cols, canvas.type()}];
   if (image.empty()) {
-    image = canvas(cv::Rect(0, 0, canvas.cols / 2, canvas.rows / 2)).clone();
+    image = canvas(cv::Rect(0, 0, (canvas.cols + 1) / 2, (canvas.rows + 1) / 2)).clone();
   }
   return image;
 }
@@ -31,50 +29,25 @@ KelLong PasteBy(double angle, KelImageOperation& op, KelImage& canvas, KelImage*
   return op.Paste(canvas, image, dst, position, angle);
 }
 
-template <class Sample>
-void PlainPixel(const cv::Mat& image, double u, double v, Sample* target) {
-  const int x = static_cast<int>(u);
-  const int y = static_cast<int>(v);
-  const int next_x = x < image.cols - 1 ? x + 1 : x;
-  const int next_y = y < image.rows - 1 ? y + 1 : y;
-  const int channels = image.channels();
-  const auto* upper = image.ptr<Sample>(y);
-  const auto* lower = image.ptr<Sample>(next_y);
-  for (int k = 0; k < channels; ++k) {
-    const double above = upper[x * channels + k] +
-                         (u - x) * (upper[next_x * channels + k] - upper[x * channels + k]);
-    const double below = lower[x * channels + k] +
-                         (u - x) * (lower[next_x * channels + k] - lower[x * channels + k]);
-    target[k] = static_cast<Sample>(above + (v - y) * (below - above));
-  }
-}
+using Grid = KelLong (*)(KelImageOperation& op, KelImageArray& images, KelImage* dst);
 
-// The turned paste as one plainly writes it: every pixel of the box, on one thread.
-template <class Sample>
-void PlainTurnedPaste(const cv::Mat& canvas, cv::Mat* dst) {
-  const cv::Mat& image = SecondImage(canvas);
-  canvas.copyTo(*dst);
-  const cv::Point at = Position(canvas);
-  const double radians = (360 - kAngle) * 3.1415926535 / 180;
-  const double c = std::cos(radians);
-  const double s = std::sin(radians);
-  const int width = static_cast<int>(image.cols * c - image.rows * s);
-  const int height = static_cast<int>(image.rows * c - image.cols * s);
-  const double tx = image.cols * 0.5 - (c * width / 2 + s * height / 2);
-  const double ty = s * width / 2 - c * height / 2 + image.rows * 0.5;
-  const int top = static_cast<int>(at.y + image.cols * s);
-  for (int i = 0; i < height; ++i) {
-    auto* target = dst->ptr<Sample>(top + i) + at.x * image.channels();
-    for (int j = 0; j < width; ++j) {
-      double u = c * j + s * i + tx;
-      double v = c * i - s * j + ty;
-      u = u < 0 && u > -0.0001 ? 0 : u;
-      v = v < 0 && v > -0.0001 ? 0 : v;
-      if (u >= 0 && u < image.cols && v >= 0 && v < image.rows) {
-        PlainPixel(image, u, v, target + j * image.channels());
-      }
-    }
-  }
+// Four images side by side, `overlap` columns and rows over each other.
+void RegisterGrid(const char* name, int overlap, Grid grid) {
+  Register({name,
+            [grid](KelImageOperation& op, KelImage& canvas, KelImage* dst) {
+              const KelImage quarter(SecondImage(canvas.Mat()));
+              KelImageArray images{quarter, quarter, quarter, quarter};
+              return grid(op, images, dst);
+            },
+            [overlap](const cv::Mat& canvas, cv::Mat* dst) {
+              const cv::Mat& image = SecondImage(canvas);
+              const cv::Size step(image.cols - overlap, image.rows - overlap);
+              dst->create(image.rows + step.height, image.cols + step.width, image.type());
+              for (const cv::Point at : {cv::Point(0, 0), cv::Point(step.width, 0),
+                                         cv::Point(0, step.height), cv::Point(step)}) {
+                image.copyTo((*dst)(cv::Rect(at, image.size())));
+              }
+            }});
 }
 
 }  // namespace
@@ -89,7 +62,7 @@ void RegisterPaste() {
               canvas.copyTo(*dst);
               image.copyTo((*dst)(cv::Rect(Position(canvas), image.size())));
             }});
-  Register({"Paste turned, beside warpAffine",
+  Register({"Paste turned",
             [](KelImageOperation& op, KelImage& canvas, KelImage* dst) {
               return PasteBy(kAngle, op, canvas, dst);
             },
@@ -103,17 +76,16 @@ void RegisterPaste() {
               cv::warpAffine(image, *dst, turn, dst->size(), cv::INTER_LINEAR,
                              cv::BORDER_TRANSPARENT);
             }});
-  Register({"Paste turned, beside a plain loop",
-            [](KelImageOperation& op, KelImage& canvas, KelImage* dst) {
-              return PasteBy(kAngle, op, canvas, dst);
-            },
-            [](const cv::Mat& canvas, cv::Mat* dst) {
-              if (canvas.depth() == CV_8U) {
-                PlainTurnedPaste<std::uint8_t>(canvas, dst);
-              } else {
-                PlainTurnedPaste<std::uint16_t>(canvas, dst);
-              }
-            }});
+  RegisterGrid("Paste in a grid, by offsets", 0,
+               [](KelImageOperation& op, KelImageArray& images, KelImage* dst) {
+                 KelPointArray offsets{{0, 0}, {0, 0}, {0, 0}, {0, 0}};
+                 KelVarArray values;
+                 return op.Paste(images, dst, 2, 2, offsets, values);
+               });
+  RegisterGrid("Paste in a grid, overlapping", 1,
+               [](KelImageOperation& op, KelImageArray& images, KelImage* dst) {
+                 return op.Paste(images, dst, 2, 2, 1, 1);
+               });
 }
 
 }  // namespace KELRA::bench

@@ -18,7 +18,8 @@ void RegisterArithmetic(const char* name, Arithmetic method, double scale, doubl
               return (op.*method)(image, second, dst, origin, 0, static_cast<float>(scale),
                                   static_cast<float>(offset));
             },
-            opencv});
+            opencv},
+           Work::kRowKernels);
 }
 
 void RegisterBitwise(const char* name, Bitwise method, const Combine& opencv) {
@@ -84,7 +85,9 @@ void RegisterTurned(const char* name, float scale, float offset) {
               cv::Mat scaled;
               sum.convertTo(scaled, -1, scale, offset);
               scaled.copyTo(target, mask({{}, box.size()}));
-            }});
+            },
+            kAllTypes,
+            {8, 8}});
 }
 
 }  // namespace
@@ -109,6 +112,12 @@ void RegisterTwoImages() {
   RegisterBitwise(
       "BitAnd", &KelImageOperation::BitAnd,
       [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) { cv::bitwise_and(a, b, *dst); });
+  RegisterBitwise(
+      "BitOr", &KelImageOperation::BitOr,
+      [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) { cv::bitwise_or(a, b, *dst); });
+  RegisterBitwise(
+      "BitXor", &KelImageOperation::BitXor,
+      [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) { cv::bitwise_xor(a, b, *dst); });
   RegisterTurned("Add turned", 1, 0);
   RegisterTurned("Add turned, x0.5 +3", 0.5F, 3);
   Register({"Compare greater",
@@ -121,11 +130,11 @@ void RegisterTwoImages() {
               a.copyTo(*dst);
               dst->setTo(255, mask);
             },
-            {CV_8UC1, CV_16UC1}});
-  static KelROI whole;
+            {CV_8UC1, CV_16UC1}},
+           Work::kRowKernels);
   Register({"CompareConst greater",
-            [](KelImageOperation& op, KelImage& image, KelImage* dst) {
-              return op.CompareConst(image, whole, dst, 100, 7);
+            [](KelImageOperation& op, KelImage& image, KelROI& roi, KelImage* dst) {
+              return op.CompareConst(image, roi, dst, 100, 7);
             },
             [](const cv::Mat& src, cv::Mat* dst) {
               cv::Mat mask;
@@ -133,7 +142,8 @@ void RegisterTwoImages() {
               src.copyTo(*dst);
               dst->setTo(255, mask);
             },
-            {CV_8UC1, CV_16UC1}});
+            {CV_8UC1, CV_16UC1}},
+           Work::kRowKernels);
 }
 
 }  // namespace KELRA::bench
