@@ -39,6 +39,7 @@ int CallsPerBatch(const Side& side) {
 
 std::vector<Rounds> TimeInTurn(const std::vector<Side>& sides) {
   std::vector<int> calls;
+  calls.reserve(sides.size());
   for (const Side& side : sides) {
     calls.push_back(CallsPerBatch(side));
   }
@@ -61,6 +62,7 @@ double Median(Rounds values) {
 
 double MedianRatio(const Rounds& numerators, const Rounds& denominators) {
   Rounds ratios;
+  ratios.reserve(numerators.size());
   for (std::size_t i = 0; i < numerators.size(); ++i) {
     ratios.push_back(numerators[i] / denominators[i]);
   }

@@ -126,6 +126,7 @@ std::shared_ptr<OnImages> CallsOn(const std::vector<cv::Mat>& mats) {
 
 std::vector<cv::Mat> NoiseImages(int count, cv::Size size, int type) {
   std::vector<cv::Mat> images;
+  images.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) {
     images.push_back(Noise(size, type, i));
   }

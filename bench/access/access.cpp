@@ -62,7 +62,7 @@ Calls ConvertBitmaps(cv::Size size, int type) {
   };
   const auto on = std::make_shared<On>();
   // Rows of an even number of bytes, as a bitmap's are.
-  on->bits.create(size.height, (size.width + 1) / 2 * 2, type);
+  on->bits = cv::Mat::zeros(size.height, (size.width + 1) / 2 * 2, type);
   return {[=] {
             const auto handle = static_cast<KelLong>(reinterpret_cast<std::intptr_t>(on->Take()));
             return on->op.ImageConvertBITMAP(&on->our_dst, handle, size.height, size.width, 8,

@@ -25,7 +25,8 @@ void FillByOpenCv(const cv::Mat& image, bool holes_only, cv::Mat* dst) {
   std::vector<cv::Vec4i> hierarchy;
   cv::findContours(image, contours, hierarchy, cv::RETR_CCOMP, cv::CHAIN_APPROX_SIMPLE);
   if (holes_only) {
-    *dst = cv::Mat::zeros(image.size(), CV_8UC1);
+    dst->create(image.size(), CV_8UC1);
+    dst->setTo(0);
     for (int i = 0; i < static_cast<int>(contours.size()); ++i) {
       if (hierarchy[static_cast<std::size_t>(i)][3] >= 0) {
         cv::drawContours(*dst, contours, i, cv::Scalar(255), cv::FILLED);
