@@ -120,6 +120,46 @@ TEST_F(AccessCommands, PaintSetsOneColourInRunsShapesAndTheWholeImage) {
                 "--roi circle:90,90,2: covers no pixel");
 }
 
+TEST_F(AccessCommands, BitmapKeepsTheBytesAndReversesTheRowsOnRequest) {
+  // Odd numbers of bytes in a row, whose padding must not come back.
+  for (const int type : {CV_8UC1, CV_8UC3, CV_8UC4}) {
+    SCOPED_TRACE(type);
+    cv::Mat image(4, 5, type);
+    cv::randu(image, 1, 256);
+    const std::string in = MakeImage("in.png", image);
+    Output({"bitmap", in, File("out.png")});
+    EXPECT_TRUE(Same(Read("out.png"), image));
+    Output({"bitmap", in, File("out.png"), "--bottom-up"});
+    cv::Mat flipped;
+    cv::flip(image, flipped, 0);
+    EXPECT_TRUE(Same(Read("out.png"), flipped));
+  }
+  ExpectFailure(
+      {"bitmap", MakeImage("deep.png", cv::Mat(4, 4, CV_16UC1, cv::Scalar())), File("out.png")}, 1,
+      "a bitmap cannot hold 16-bit samples in 1 channel, expected 8-bit ones");
+}
+
+TEST_F(AccessCommands, FillTakesImagesAndTheirRuns) {
+  cv::Mat ring = cv::Mat::zeros(9, 10, CV_8UC1);
+  ring(cv::Rect(2, 1, 6, 7)).setTo(40);
+  ring(cv::Rect(4, 3, 2, 3)).setTo(0);
+  const std::string in = MakeImage("in.png", ring);
+  cv::Mat filled = cv::Mat::zeros(9, 10, CV_8UC1);
+  filled(cv::Rect(2, 1, 6, 7)).setTo(255);
+  cv::Mat hole = cv::Mat::zeros(9, 10, CV_8UC1);
+  hole(cv::Rect(4, 3, 2, 3)).setTo(255);
+  Output({"fill", in, File("out.png"), "--runs"});
+  EXPECT_TRUE(Same(Read("out.png"), filled));
+  Output({"fill", in, File("out.png"), "--runs", "--holes-only"});
+  EXPECT_TRUE(Same(Read("out.png"), hole));
+  // Objects become 255 where an image is filled.
+  Output({"fill", in, File("out.png")});
+  EXPECT_TRUE(Same(Read("out.png"), filled));
+  ExpectFailure(
+      {"fill", MakeImage("black.png", cv::Mat::zeros(4, 4, CV_8UC1)), File("out.png"), "--runs"}, 1,
+      "the image holds nothing to fill");
+}
+
 TEST_F(AccessCommands, DepthSaturatesAndWritesEveryType) {
   const std::string in =
       MakeImage("in.png", (cv::Mat_<unsigned short>(1, 4) << 0, 200, 256, 65535));

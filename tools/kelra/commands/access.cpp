@@ -2,11 +2,13 @@
 #include <KELRA/KelROIDataConvert.h>
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <string>
 #include <variant>
 #include <vector>
 
+#include "bitmaps.h"
 #include "commands/families.h"
 
 namespace KELRA::tool {
@@ -152,6 +154,27 @@ Command Depth() {
       });
 }
 
+struct BitmapOptions {
+  bool bottom_up = false;
+};
+
+Command Bitmap() {
+  return CommandBuilder<BitmapOptions>(Form::kEach, "bitmap",
+                                       "Takes the pixels of a GDI bitmap made of an image")
+      .Formula("OUT = the bitmap's bytes, a row of OUT for each of its rows")
+      .Example("kelra bitmap examples/images/chelsea.png upside-down.png --bottom-up")
+      .Flag("--bottom-up", &BitmapOptions::bottom_up,
+            "The bitmap's last row is the first of OUT, as in files")
+      .Run([](Call& call, BitmapOptions& options) {
+        const KelImage& image = call.inputs[0];
+        // The call deletes the bitmap.
+        const auto handle = reinterpret_cast<std::intptr_t>(MakeBitmap(image));
+        return call.operation.ImageConvertBITMAP(&call.output, static_cast<KelLong>(handle),
+                                                 image.Height(), image.Width(), 8, image.Channels(),
+                                                 options.bottom_up ? 0 : 1);
+      });
+}
+
 struct SplitOptions {
   int count = 0;
 };
@@ -171,7 +194,8 @@ Command SplitRows() {
 }  // namespace
 
 Family Access() {
-  return {"Pixels and conversion", {GetPixel(), SetPixel(), Paint(), Depth(), SplitRows()}};
+  return {"Pixels and conversion",
+          {GetPixel(), SetPixel(), Paint(), Bitmap(), Depth(), SplitRows()}};
 }
 
 }  // namespace KELRA::tool

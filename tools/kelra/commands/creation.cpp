@@ -1,3 +1,5 @@
+#include <KELRA/KelDataConvert.h>
+
 #include <string_view>
 
 #include "commands/families.h"
@@ -28,7 +30,8 @@ struct CreateOptions {
 struct NoOptions {};
 
 struct FillOptions {
-  bool holesOnly = false;
+  bool holes_only = false;
+  bool as_runs = false;
   KelROI roi;
 };
 
@@ -63,17 +66,37 @@ Command Copy() {
           [](Call& call, NoOptions&) { return call.operation.Copy(call.inputs[0], &call.output); });
 }
 
+// By way of the run-length region of the pixels that are not 0.
+KelLong FillRuns(Call& call, FillOptions& options) {
+  KelRegion region;
+  KelRegion filled;
+  if (const KelLong status = KelDataConvert::KelImageToRegion(call.inputs[0], &region);
+      status != STATUS_OK) {
+    return status;
+  }
+  if (const KelLong status =
+          call.operation.ImageFill(region, options.roi, options.holes_only, &filled);
+      status != STATUS_OK) {
+    return status;
+  }
+  return KelDataConvert::KelRegionToImage(filled, &call.output);
+}
+
+KelLong FillImage(Call& call, FillOptions& options) {
+  return call.operation.ImageFill(call.inputs[0], options.roi, options.holes_only, &call.output);
+}
+
 Command Fill() {
   return CommandBuilder<FillOptions>(Form::kEach, "fill", "Fills the holes of a binary image")
       .Formula(
           "OUT = 255 on objects (pixels that are not 0, joined over 8 neighbours) and in their "
           "holes, else 0")
       .Example("kelra fill examples/images/coins-segmented.png filled.png")
-      .Flag("--holes-only", &FillOptions::holesOnly, "255 on the pixels of the holes alone")
+      .Flag("--holes-only", &FillOptions::holes_only, "255 on the pixels of the holes alone")
+      .Flag("--runs", &FillOptions::as_runs, "Fill the run-length region of the objects instead")
       .Region(&FillOptions::roi)
       .Run([](Call& call, FillOptions& options) {
-        return call.operation.ImageFill(call.inputs[0], options.roi, options.holesOnly,
-                                        &call.output);
+        return options.as_runs ? FillRuns(call, options) : FillImage(call, options);
       });
 }
 
