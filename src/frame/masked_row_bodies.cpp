@@ -1,40 +1,27 @@
 #include "frame/masked_row_bodies.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
+
+#include "frame/kernels/row_kernels.h"
+#include "frame/row_views.h"
 
 namespace KELRA::tbbup {
 namespace {
 
-// NaN becomes 0.
-template <class Sample, class Float>
-Sample SaturateTruncated(Float value) {
-  constexpr Float kLargest = sizeof(Sample) == 1 ? 255 : 65535;
-  if (value >= kLargest) {
-    return static_cast<Sample>(kLargest);
+// Calls `inside` and `outside` with the first column and the length of every run of columns whose
+// mask is set, or not. The mask is a turned rectangle's: a row has few runs.
+template <class Inside, class Outside>
+void ForEachRun(const std::uint8_t* mask, int columns, Inside inside, Outside outside) {
+  const std::uint8_t* const end = mask + std::max(columns, 0);
+  for (const std::uint8_t* run = mask; run != end;) {
+    const auto* set = std::find_if(run, end, [](std::uint8_t m) { return m != 0; });
+    outside(run - mask, set - run);
+    const void* unset = std::memchr(set, 0, static_cast<std::size_t>(end - set));
+    run = unset != nullptr ? static_cast<const std::uint8_t*>(unset) : end;
+    inside(set - mask, run - set);
   }
-  return value > 0 ? static_cast<Sample>(value) : Sample{0};
-}
-
-// A table of what each byte becomes.
-template <class Sample, class Formula>
-SampleTable<Sample> TableOf(Formula formula) {
-  SampleTable<Sample> table{};
-  for (std::size_t i = 0; i < table.size(); ++i) {
-    table[i] = formula(static_cast<Sample>(i));
-  }
-  return table;
-}
-
-template <class Sample, int Channels>
-Sample ScaledAndOffset(Sample sample, double scale, double offset) {
-  const double y = sample * scale + offset;
-  return Channels == 1 ? SaturateTruncated<Sample>(y)
-                       : SaturateTruncated<Sample>(static_cast<float>(y));
-}
-
-template <class Sample>
-Sample SumWith(Sample sample, double constant) {
-  return SaturateTruncated<Sample>(sample + constant);
 }
 
 }  // namespace
@@ -45,35 +32,28 @@ MaskedScaleAndOffset<Sample, Channels>::MaskedScaleAndOffset(cv::Mat* output, co
                                                              int columns, double scale,
                                                              double offset)
     : output_(output),
-      input_(input),
-      mask_(mask),
+      input_(HeaderOf(input)),
+      mask_(HeaderOf(mask)),
       rows_(std::min({rows, input.rows, mask.rows})),
       columns_(columns),
       scale_(scale),
-      offset_(offset),
-      table_(TableOf<Sample>([&](Sample sample) {
-        return ScaledAndOffset<Sample, Channels>(sample, scale, offset);
-      })) {}
+      offset_(offset) {}
 
 template <class Sample, int Channels>
 void MaskedScaleAndOffset<Sample, Channels>::operator()(const RowRange& rows) const {
+  const auto& kernels = kernels::ActiveRowKernels().For<Sample>();
+  const auto kernel = Channels == 1 ? kernels.in_double : kernels.in_double_rounded;
   const int end = std::min(rows.end(), rows_);
   for (int row = rows.begin(); row < end; ++row) {
     const Sample* src = input_.ptr<Sample>(row);
-    const std::uint8_t* mask = mask_.ptr<std::uint8_t>(row);
     Sample* dst = output_->ptr<Sample>(row);
-    for (int column = 0; column < columns_; ++column, src += Channels, dst += Channels) {
-      if (mask[column] == 0) {
-        continue;
-      }
-      for (int channel = 0; channel < Channels; ++channel) {
-        if constexpr (sizeof(Sample) == 1) {
-          dst[channel] = table_[src[channel]];
-        } else {
-          dst[channel] = ScaledAndOffset<Sample, Channels>(src[channel], scale_, offset_);
-        }
-      }
-    }
+    ForEachRun(
+        mask_.ptr<std::uint8_t>(row), columns_,
+        [&](std::ptrdiff_t column, std::ptrdiff_t length) {
+          const std::ptrdiff_t first = column * Channels;
+          kernel(src + first, dst + first, length * Channels, scale_, offset_);
+        },
+        [](std::ptrdiff_t, std::ptrdiff_t) {});
   }
 }
 
@@ -82,33 +62,31 @@ MaskedSumOrSecond<Sample, Channels>::MaskedSumOrSecond(cv::Mat* output, const cv
                                                        const cv::Mat& second, const cv::Mat& mask,
                                                        int rows, int columns, double constant)
     : output_(output),
-      input_(input),
-      second_(second),
-      mask_(mask),
+      input_(HeaderOf(input)),
+      second_(HeaderOf(second)),
+      mask_(HeaderOf(mask)),
       rows_(std::min({rows, input.rows, mask.rows})),
       columns_(columns),
-      constant_(constant),
-      table_(TableOf<Sample>([&](Sample sample) { return SumWith(sample, constant); })) {}
+      constant_(constant) {}
 
 template <class Sample, int Channels>
 void MaskedSumOrSecond<Sample, Channels>::operator()(const RowRange& rows) const {
+  const auto kernel = kernels::ActiveRowKernels().For<Sample>().in_double;
   const int end = std::min(rows.end(), rows_);
   for (int row = rows.begin(); row < end; ++row) {
     const Sample* src = input_.ptr<Sample>(row);
     const Sample* second = second_.ptr<Sample>(row);
-    const std::uint8_t* mask = mask_.ptr<std::uint8_t>(row);
     Sample* dst = output_->ptr<Sample>(row);
-    for (int column = 0; column < columns_; ++column) {
-      for (int channel = 0; channel < Channels; ++channel, ++src, ++second, ++dst) {
-        if (mask[column] == 0) {
-          *dst = *second;
-        } else if constexpr (sizeof(Sample) == 1) {
-          *dst = table_[*src];
-        } else {
-          *dst = SumWith(*src, constant_);
-        }
-      }
-    }
+    ForEachRun(
+        mask_.ptr<std::uint8_t>(row), columns_,
+        [&](std::ptrdiff_t column, std::ptrdiff_t length) {
+          const std::ptrdiff_t first = column * Channels;
+          kernel(src + first, dst + first, length * Channels, 1, constant_);
+        },
+        [&](std::ptrdiff_t column, std::ptrdiff_t length) {
+          const std::ptrdiff_t first = column * Channels;
+          std::copy_n(second + first, length * Channels, dst + first);
+        });
   }
 }
 

@@ -4,17 +4,12 @@
 // mask, and c below the column count. The mask has one 8-bit channel.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <opencv2/core.hpp>
 
 #include "frame/row_engine.h"
 
 namespace KELRA::tbbup {
-
-// What each byte becomes; of 16-bit samples there are too many.
-template <class Sample>
-using SampleTable = std::array<Sample, sizeof(Sample) == 1 ? 256 : 0>;
 
 // Where the mask is not 0: output = saturate(input * scale + offset), in double precision (rounded
 // to single for three channels), truncated toward zero. Elsewhere the output is not written.
@@ -33,7 +28,6 @@ class MaskedScaleAndOffset {
   int columns_;
   double scale_;
   double offset_;
-  SampleTable<Sample> table_;
 };
 
 // Where the mask is not 0: output = saturate(input + constant), truncated toward zero; elsewhere
@@ -53,7 +47,6 @@ class MaskedSumOrSecond {
   int rows_;
   int columns_;
   double constant_;
-  SampleTable<Sample> table_;
 };
 
 using parallelMaskC1Invoker = MaskedScaleAndOffset<std::uint8_t, 1>;

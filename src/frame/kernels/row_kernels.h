@@ -101,6 +101,10 @@ struct SampleKernels {
                                    Sample constant);
   // dst = a op b
   using CombineImages = Saturate;
+  // dst = saturate(src * scale + offset), truncated, for one run of samples; in double precision,
+  // `rounded` to single precision before the truncation
+  using InDouble = void (*)(const Sample* src, Sample* dst, std::ptrdiff_t samples, double scale,
+                            double offset);
   // dst = the square root of src, to nearest
   using Root = void (*)(Rows<const Sample> src, Rows<Sample> dst, Extent extent);
   // dst = the largest or smallest of all sources; sums = sums + each source, in their order
@@ -121,6 +125,8 @@ struct SampleKernels {
   std::array<CombineConstant, kCombinationCount> combine_constant;
   std::array<CombineImages, kCombinationCount> combine_images;
   Root root;
+  InDouble in_double;
+  InDouble in_double_rounded;
   // All that follow take rows without a tail.
   Fold fold_maximum;
   Fold fold_minimum;

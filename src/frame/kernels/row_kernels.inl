@@ -363,6 +363,36 @@ struct Root {
   }
 };
 
+// Scale and offset in double precision, rounded to single precision on demand; truncated. Rounding
+// does not lead past the limit.
+template <class Sample, bool kRounded>
+struct LinearInDouble {
+  Doubles scale_lanes;
+  Doubles offset_lanes;
+  Floats bias_lanes = Set(kNoShift);
+
+  Doubles Value(Doubles s) const {
+    return Min(Set(double{kLimit<Sample>}), Add(Multiply(s, scale_lanes), offset_lanes));
+  }
+  auto Part(Floats s) const {
+    const FloatsAsDoubles w = Widen(s);
+    const FloatsAsDoubles y = {{Value(w.part[0]), Value(w.part[1])}};
+    if constexpr (kRounded) {
+      return Truncate(Narrow(y));
+    } else {
+      return Truncate(y);
+    }
+  }
+  Bytes Vector(Bytes s) const {
+    const BytesAsFloats w = Widen(s, bias_lanes);
+    return Narrow(Part(w.part[0]), Part(w.part[1]), Part(w.part[2]), Part(w.part[3]));
+  }
+  Words Vector(Words s) const {
+    const WordsAsFloats w = Widen(s, bias_lanes);
+    return Narrow(Part(w.part[0]), Part(w.part[1]));
+  }
+};
+
 template <class Sample>
 inline auto LoadPartial(const Sample* p, std::ptrdiff_t count) {
   alignas(64) Sample lanes[kLanes<Sample>] = {};
@@ -707,6 +737,11 @@ void OfSampleAndConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent
   Walk(WithOperand<Sample, Formula>{constant}, extent, dst, src);
 }
 
+template <class Sample, bool kRounded>
+void InDouble(const Sample* src, Sample* dst, std::ptrdiff_t samples, double scale, double offset) {
+  WalkBlocks<false>(LinearInDouble<Sample, kRounded>{Set(scale), Set(offset)}, samples, dst, src);
+}
+
 template <class Sample>
 void SquareRoots(Rows<const Sample> src, Rows<Sample> dst, Extent extent) {
   WalkOneInput(Root<Sample>{}, extent, dst, src);
@@ -767,6 +802,8 @@ inline constexpr SampleKernels<Sample> kSampleKernels = {
                        OfBoth<Sample, BitwiseXor>, OfBoth<Sample, Maximum>, OfBoth<Sample, Minimum>,
                        OfBoth<Sample, AbsoluteDifference>, OfBoth<Sample, Mean>},
     .root = SquareRoots<Sample>,
+    .in_double = InDouble<Sample, false>,
+    .in_double_rounded = InDouble<Sample, true>,
     .fold_maximum = FoldImages<Sample, Maximum>,
     .fold_minimum = FoldImages<Sample, Minimum>,
     .fold_into_sums = FoldIntoSums<Sample>,

@@ -12,6 +12,9 @@ struct Words {
 struct Floats {
   __m256 v;
 };
+struct Doubles {
+  __m256d v;
+};
 
 inline Bytes Load(const std::uint8_t* p) {
   return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))};
@@ -111,6 +114,26 @@ inline Floats ZeroWhereZero(Floats a, Floats b) {
 
 inline __m256i ToNearest(Floats a) { return _mm256_cvtps_epi32(a.v); }
 inline __m256i Truncate(Floats a) { return _mm256_cvttps_epi32(a.v); }
+
+inline Doubles Set(double a) { return {_mm256_set1_pd(a)}; }
+inline Doubles Add(Doubles a, Doubles b) { return {_mm256_add_pd(a.v, b.v)}; }
+inline Doubles Multiply(Doubles a, Doubles b) { return {_mm256_mul_pd(a.v, b.v)}; }
+inline Doubles Min(Doubles a, Doubles b) { return {_mm256_min_pd(a.v, b.v)}; }
+
+struct FloatsAsDoubles {
+  Doubles part[2];
+};
+inline FloatsAsDoubles Widen(Floats a) {
+  return {{{_mm256_cvtps_pd(_mm256_castps256_ps128(a.v))},
+           {_mm256_cvtps_pd(_mm256_extractf128_ps(a.v, 1))}}};
+}
+// Rounds to single precision.
+inline Floats Narrow(FloatsAsDoubles a) {
+  return {_mm256_set_m128(_mm256_cvtpd_ps(a.part[1].v), _mm256_cvtpd_ps(a.part[0].v))};
+}
+inline __m256i Truncate(FloatsAsDoubles a) {
+  return _mm256_set_m128i(_mm256_cvttpd_epi32(a.part[1].v), _mm256_cvttpd_epi32(a.part[0].v));
+}
 
 // The lanes of the parts are those of unpacking; Narrow undoes them.
 struct BytesAsWords {

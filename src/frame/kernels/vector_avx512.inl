@@ -12,6 +12,9 @@ struct Words {
 struct Floats {
   __m512 v;
 };
+struct Doubles {
+  __m512d v;
+};
 
 inline Bytes Load(const std::uint8_t* p) {
   return {_mm512_loadu_si512(reinterpret_cast<const __m512i*>(p))};
@@ -121,6 +124,30 @@ inline Floats ZeroWhereZero(Floats a, Floats b) {
 
 inline __m512i ToNearest(Floats a) { return _mm512_cvtps_epi32(a.v); }
 inline __m512i Truncate(Floats a) { return _mm512_cvttps_epi32(a.v); }
+
+inline Doubles Set(double a) { return {_mm512_set1_pd(a)}; }
+inline Doubles Add(Doubles a, Doubles b) { return {_mm512_add_pd(a.v, b.v)}; }
+inline Doubles Multiply(Doubles a, Doubles b) { return {_mm512_mul_pd(a.v, b.v)}; }
+inline Doubles Min(Doubles a, Doubles b) { return {_mm512_min_pd(a.v, b.v)}; }
+
+struct FloatsAsDoubles {
+  Doubles part[2];
+};
+inline FloatsAsDoubles Widen(Floats a) {
+  const __m256d upper = _mm512_extractf64x4_pd(_mm512_castps_pd(a.v), 1);
+  return {
+      {{_mm512_cvtps_pd(_mm512_castps512_ps256(a.v))}, {_mm512_cvtps_pd(_mm256_castpd_ps(upper))}}};
+}
+// Rounds to single precision.
+inline Floats Narrow(FloatsAsDoubles a) {
+  const __m256d low = _mm256_castps_pd(_mm512_cvtpd_ps(a.part[0].v));
+  const __m256d high = _mm256_castps_pd(_mm512_cvtpd_ps(a.part[1].v));
+  return {_mm512_castpd_ps(_mm512_insertf64x4(_mm512_castpd256_pd512(low), high, 1))};
+}
+inline __m512i Truncate(FloatsAsDoubles a) {
+  return _mm512_inserti64x4(_mm512_castsi256_si512(_mm512_cvttpd_epi32(a.part[0].v)),
+                            _mm512_cvttpd_epi32(a.part[1].v), 1);
+}
 
 // The lanes of the parts are those of unpacking; Narrow undoes them.
 struct BytesAsWords {

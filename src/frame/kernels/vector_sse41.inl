@@ -12,6 +12,9 @@ struct Words {
 struct Floats {
   __m128 v;
 };
+struct Doubles {
+  __m128d v;
+};
 
 inline Bytes Load(const std::uint8_t* p) {
   return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))};
@@ -99,6 +102,25 @@ inline Floats ZeroWhereZero(Floats a, Floats b) {
 
 inline __m128i ToNearest(Floats a) { return _mm_cvtps_epi32(a.v); }
 inline __m128i Truncate(Floats a) { return _mm_cvttps_epi32(a.v); }
+
+inline Doubles Set(double a) { return {_mm_set1_pd(a)}; }
+inline Doubles Add(Doubles a, Doubles b) { return {_mm_add_pd(a.v, b.v)}; }
+inline Doubles Multiply(Doubles a, Doubles b) { return {_mm_mul_pd(a.v, b.v)}; }
+inline Doubles Min(Doubles a, Doubles b) { return {_mm_min_pd(a.v, b.v)}; }
+
+struct FloatsAsDoubles {
+  Doubles part[2];
+};
+inline FloatsAsDoubles Widen(Floats a) {
+  return {{{_mm_cvtps_pd(a.v)}, {_mm_cvtps_pd(_mm_movehl_ps(a.v, a.v))}}};
+}
+// Rounds to single precision.
+inline Floats Narrow(FloatsAsDoubles a) {
+  return {_mm_movelh_ps(_mm_cvtpd_ps(a.part[0].v), _mm_cvtpd_ps(a.part[1].v))};
+}
+inline __m128i Truncate(FloatsAsDoubles a) {
+  return _mm_unpacklo_epi64(_mm_cvttpd_epi32(a.part[0].v), _mm_cvttpd_epi32(a.part[1].v));
+}
 
 // The lanes of the parts are those of unpacking; Narrow undoes them.
 struct BytesAsWords {
