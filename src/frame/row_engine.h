@@ -11,8 +11,13 @@ namespace KELRA {
 
 using RowRange = tbb::blocked_range<int>;
 
-// Work below this takes one thread some microseconds, about what waking a second one takes.
+// Work of fewer bytes takes one thread some microseconds, about what waking a second one takes.
 inline constexpr std::size_t kSerialBytes = std::size_t{128} * 1024;
+
+// The same behind OpenCV calls that run in parallel themselves. Their threads wait in an arena of
+// OpenCV's own; that one of them joins the engine's, and is missed at the next call of OpenCV,
+// costs a tenth of a millisecond.
+inline constexpr std::size_t kSerialBytesBehindOpenCv = std::size_t{8} * 1024 * 1024;
 
 // As ForEachRowRange, for work that is worth a parallel loop.
 void ForEachRowRangeInParallel(int rows, FunctionRef<void(const RowRange&)> body);
@@ -20,18 +25,19 @@ void ForEachRowRangeInParallel(int rows, FunctionRef<void(const RowRange&)> body
 // Calls `body` on ranges that together cover the rows [0, rows) exactly once, and returns when all
 // are done. `bytes` is what the body reads and writes over all rows.
 //
-// Little work runs on the calling thread: starting a parallel loop would take longer. Otherwise the
-// parallel setting N gives the smallest range split off, rows / N but at least 1; an N below 1
-// gives 1. What the body throws passes to the caller.
+// Fewer than `serial_bytes` are worked on by the calling thread. Otherwise the parallel setting N
+// gives the smallest range split off, rows / N but at least 1; an N below 1 gives 1. What the body
+// throws passes to the caller.
 //
 // The threads are those of the arena that the caller is in. A process forked after the first
 // parallel loop has none of them, and does all work on the calling thread.
 template <class Body>
-void ForEachRowRange(int rows, std::size_t bytes, const Body& body) {
+void ForEachRowRange(int rows, std::size_t bytes, const Body& body,
+                     std::size_t serial_bytes = kSerialBytes) {
   if (rows <= 0) {
     return;
   }
-  if (bytes < kSerialBytes) {
+  if (bytes < serial_bytes) {
     body(RowRange(0, rows));
   } else {
     ForEachRowRangeInParallel(rows, body);

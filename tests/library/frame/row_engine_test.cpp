@@ -73,6 +73,23 @@ TEST(RowEngine, LittleWorkIsOneRangeOnTheCallingThread) {
   }
 }
 
+TEST(RowEngine, CallersSayWhatLittleWorkIs) {
+  const std::size_t bytes = kSerialBytesBehindOpenCv;
+  const auto ranges_of = [](std::size_t work) {
+    int ranges = 0;
+    std::mutex mutex;
+    const auto count = [&](const RowRange&) {
+      const std::lock_guard lock(mutex);
+      ++ranges;
+    };
+    ForEachRowRange(1000, work, count, kSerialBytesBehindOpenCv);
+    return ranges;
+  };
+  EXPECT_EQ(ranges_of(bytes - 1), 1);
+  EXPECT_GT(ranges_of(bytes), 1);
+  EXPECT_GT(VisitsOf(1000, bytes - 1).ranges.size(), 1U);
+}
+
 TEST(RowEngine, ParallelSetting1IsOneRange) {
   const ScopedSettings settings({.parallel = 1});
   EXPECT_EQ(VisitsOf(1000, kMuch).ranges.size(), 1U);
