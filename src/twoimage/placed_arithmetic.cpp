@@ -9,6 +9,7 @@
 #include "frame/load_time_state.h"
 #include "frame/masked_row_bodies.h"
 #include "frame/row_bodies.h"
+#include "frame/row_engine.h"
 #include "twoimage/placed_images.h"
 
 namespace KELRA {
@@ -47,62 +48,70 @@ void CombineUpright(Arithmetic code, Linear linear, const cv::Mat& first, const 
   }
 }
 
-// The saturated sum or difference, or the scaled product or quotient as OpenCV rounds it. Where no
-// rounding is involved the row bodies compute the same, in parallel; OpenCV lets large 16-bit
+// The saturated sum or difference, or the scaled product or quotient as OpenCV rounds it, of some
+// rows. Where no rounding is involved the row bodies compute the same; OpenCV lets large 16-bit
 // products wrap around at the end of a row.
-void CombineUnmasked(Arithmetic code, Linear linear, const cv::Mat& first, const cv::Mat& turned,
-                     cv::Mat* result) {
-  if (IsSumOrDifference(code) || (code == kernels::kMultiply && linear.scale == 1.0F)) {
-    CombineUpright(code, {1.0F, 0.0F}, first, turned, result);
-  } else if (code == kernels::kMultiply) {
-    cv::multiply(first, turned, *result, linear.scale);
+template <class Sample, int Channels>
+void CombineRows(Arithmetic code, float scale, const cv::Mat& first, const cv::Mat& turned,
+                 cv::Mat* result, const RowRange& rows) {
+  if (IsSumOrDifference(code) || (code == kernels::kMultiply && scale == 1.0F)) {
+    tbbup::BlockwiseImages<Sample, Channels>(result, first, turned, code, 1.0F, 0.0F)(rows);
+    return;
+  }
+  const cv::Range range(rows.begin(), rows.end());
+  cv::Mat part = result->rowRange(range);
+  if (code == kernels::kMultiply) {
+    cv::multiply(first.rowRange(range), turned.rowRange(range), part, scale);
   } else {
-    cv::divide(first, turned, *result, linear.scale);
+    cv::divide(first.rowRange(range), turned.rowRange(range), part, scale);
   }
 }
 
-// Scales and offsets what the turned image covers. Sums and differences take both here. Products
-// and quotients have been scaled; they take the offset, and the first image's samples around the
-// turned image. At 16 bits a product takes nothing, and a quotient is scaled and offset once more.
+// Without a mask the images are combined, no more. With it, what the turned image covers is scaled
+// and offset: sums and differences take both here; products and quotients have been scaled, and
+// take the offset, and around the turned image the first image's samples. At 16 bits a product
+// takes nothing, and a quotient is scaled and offset once more.
 template <class Sample, int Channels>
-void CombineMasked(Arithmetic code, Linear linear, const cv::Mat& first, const cv::Mat& turned,
+void CombineTurned(Arithmetic code, Linear linear, const cv::Mat& first, cv::Mat turned,
                    const cv::Mat& mask, cv::Mat* result) {
-  using ScaleAndOffset = tbbup::MaskedScaleAndOffset<Sample, Channels>;
-  using SumOrFirst = tbbup::MaskedSumOrSecond<Sample, Channels>;
   constexpr bool k16Bit = sizeof(Sample) == 2;
+  const bool is_sum = IsSumOrDifference(code);
+  const bool masked = !mask.empty() && !(k16Bit && code == kernels::kMultiply);
+  const bool offset_or_first = masked && !is_sum;
+  const bool scale_and_offset = masked && (is_sum || k16Bit);
+  // Where the first image is needed once more, the result, which may be it, has to wait. The turned
+  // image is this call's own.
+  cv::Mat* combined = offset_or_first ? &turned : result;
   const int rows = first.rows;
   const int columns = first.cols;
-  if (IsSumOrDifference(code)) {
-    CombineUnmasked(code, linear, first, turned, result);
-    tbbup::Launch<ScaleAndOffset>(result, *result, rows, mask, rows, columns, linear.scale,
-                                  linear.offset);
-    return;
-  }
-  if (k16Bit && code == kernels::kMultiply) {
-    CombineUnmasked(code, linear, first, turned, result);
-    return;
-  }
-  // The first image is still needed beside the unmasked values.
-  cv::Mat unmasked = result->data == first.data ? cv::Mat(first.size(), first.type()) : *result;
-  CombineUnmasked(code, linear, first, turned, &unmasked);
-  tbbup::Launch<SumOrFirst>(result, unmasked, rows, first, mask, rows, columns, linear.offset);
-  if (k16Bit) {
-    tbbup::Launch<ScaleAndOffset>(result, *result, rows, mask, rows, columns, linear.scale,
-                                  linear.offset);
-  }
+  const std::size_t bytes = (masked ? 5 : 3) * first.total() * first.elemSize();
+  ForEachRowRange(
+      rows, bytes,
+      [&](const RowRange& range) {
+        CombineRows<Sample, Channels>(code, linear.scale, first, turned, combined, range);
+        if (offset_or_first) {
+          tbbup::MaskedSumOrSecond<Sample, Channels>(result, turned, first, mask, rows, columns,
+                                                     linear.offset)(range);
+        }
+        if (scale_and_offset) {
+          tbbup::MaskedScaleAndOffset<Sample, Channels>(result, *result, mask, rows, columns,
+                                                        linear.scale, linear.offset)(range);
+        }
+      },
+      kSerialBytesBehindOpenCv);
 }
 
-void CombineMasked(Arithmetic code, Linear linear, const cv::Mat& first, const cv::Mat& turned,
+void CombineTurned(Arithmetic code, Linear linear, const cv::Mat& first, const cv::Mat& turned,
                    const cv::Mat& mask, cv::Mat* result) {
   switch (first.type()) {
     case CV_8UC1:
-      return CombineMasked<std::uint8_t, 1>(code, linear, first, turned, mask, result);
+      return CombineTurned<std::uint8_t, 1>(code, linear, first, turned, mask, result);
     case CV_8UC3:
-      return CombineMasked<std::uint8_t, 3>(code, linear, first, turned, mask, result);
+      return CombineTurned<std::uint8_t, 3>(code, linear, first, turned, mask, result);
     case CV_16UC1:
-      return CombineMasked<std::uint16_t, 1>(code, linear, first, turned, mask, result);
+      return CombineTurned<std::uint16_t, 1>(code, linear, first, turned, mask, result);
     default:
-      return CombineMasked<std::uint16_t, 3>(code, linear, first, turned, mask, result);
+      return CombineTurned<std::uint16_t, 3>(code, linear, first, turned, mask, result);
   }
 }
 
@@ -127,11 +136,7 @@ void PlaceTurnedOnto(const cv::Mat& first, const cv::Mat& second, const KelPoint
   }
   CombinePlaced(first, turned, placement, result,
                 [&](const cv::Mat& a, const cv::Mat& b, cv::Mat* out) {
-                  if (mask.empty()) {
-                    CombineUnmasked(code, linear, a, b, out);
-                  } else {
-                    CombineMasked(code, linear, a, b, mask, out);
-                  }
+                  CombineTurned(code, linear, a, b, mask, out);
                 });
 }
 

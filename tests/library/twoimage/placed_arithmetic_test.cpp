@@ -467,6 +467,32 @@ TEST(PlacedArithmetic, TheSameBytesUnderEveryParallelSetting) {
   }
 }
 
+// Turned images of many megabytes, which more than one thread works on.
+TEST(PlacedArithmetic, LargeTurnedImages) {
+  for (const int type : kelra_test::kPixelTypes) {
+    const cv::Mat first = SmallSamples(RandomImage(1500, 2100, type, 1));
+    const cv::Mat second = SmallSamples(RandomImage(1400, 2000, type, 2));
+    for (const Method& method : kMethods) {
+      for (const LinearCase linear : {LinearCase{1, 0}, {0.37F, 11.25F}}) {
+        const cv::Mat expected = Turned(method, first, second, {7, 650}, 20, linear);
+        for (const int parallel : {0, 7}) {
+          const ScopedSettings settings({.parallel = parallel});
+          KelImage image1(first);
+          KelImage image2(second);
+          KelImage result;
+          ASSERT_EQ(CallPlaced(method, image1, image2, &result, {7, 650}, 20, linear), STATUS_OK);
+          EXPECT_TRUE(SameImage(result.Mat(), expected))
+              << method.name << ", " << TypeName(type) << ", scale " << linear.scale;
+        }
+        KelImage in_place(first.clone());
+        KelImage image2(second);
+        ASSERT_EQ(CallPlaced(method, in_place, image2, &in_place, {7, 650}, 20, linear), STATUS_OK);
+        EXPECT_TRUE(SameImage(in_place.Mat(), expected)) << method.name << ", " << TypeName(type);
+      }
+    }
+  }
+}
+
 // OpenCV turns no image of more than 32766 columns.
 TEST(PlacedArithmetic, ExceptionsOfOpenCvPass) {
   KelImage image1(cv::Mat::zeros(5, 7, CV_8UC1));
