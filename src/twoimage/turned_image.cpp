@@ -6,11 +6,14 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "frame/kernels/row_kernels.h"
 #include "frame/row_engine.h"
 #include "twoimage/placement.h"
 
 namespace KELRA {
 namespace {
+
+using kernels::Coordinate;
 
 // Part of the formula: results depend on these digits.
 constexpr double kPi = 3.1415926535;
@@ -18,10 +21,13 @@ constexpr double kPi = 3.1415926535;
 // So far before the first column or row a coordinate still counts as on it.
 constexpr double kTolerance = 0.0001;
 
-// The source position of the box's pixel in column j and row i:
-// (cosine j + sine i + shift_x, cosine i - sine j + shift_y).
+// Where the box's pixels come from: (cosine j + sine i + shift_x, cosine i - sine j + shift_y) for
+// the one in column j and row i.
 struct SourceMap {
   double cosine, sine, shift_x, shift_y;
+
+  Coordinate X(int row) const { return {cosine, sine * row, shift_x}; }
+  Coordinate Y(int row) const { return {-sine, cosine * row, shift_y}; }
 };
 
 SourceMap MapOfBox(double width, double height, cv::Size image, double angle) {
@@ -36,7 +42,7 @@ SourceMap MapOfBox(double width, double height, cv::Size image, double angle) {
 // guess only saves time.
 template <class Predicate>
 int FirstColumn(double guess, int columns, Predicate holds) {
-  int column = guess > 0 ? static_cast<int>(std::min<double>(guess, columns)) : 0;
+  int column = guess > 0 ? static_cast<int>(std::min<double>(guess + 1, columns)) : 0;
   while (column > 0 && holds(column - 1)) {
     --column;
   }
@@ -50,109 +56,50 @@ struct Columns {
   int first, last;
 };
 
-// The columns whose coordinate, slope * column + start but for rounding, lies within [0, size) or
-// the tolerance before it. Rounding keeps the coordinate monotone, so they are neighbours.
-template <class Coordinate>
-Columns ColumnsWithin(double slope, double start, int size, int columns, Coordinate coordinate) {
-  const double at_begin = (-kTolerance - start) / slope;
-  const double at_end = (size - start) / slope;
-  if (slope > 0) {
-    return {FirstColumn(at_begin, columns, [&](int j) { return coordinate(j) > -kTolerance; }),
-            FirstColumn(at_end, columns, [&](int j) { return coordinate(j) >= size; })};
+// The columns whose coordinate lies within [0, size) or the tolerance before it: they are
+// neighbours.
+Columns ColumnsWithin(const Coordinate& coordinate, int size, int columns) {
+  const double per_slope = 1 / coordinate.slope;
+  const double start = coordinate.row + coordinate.shift;
+  const double at_begin = (-kTolerance - start) * per_slope;
+  const double at_end = (size - start) * per_slope;
+  if (coordinate.slope > 0) {
+    return {FirstColumn(at_begin, columns, [&](int j) { return coordinate.At(j) > -kTolerance; }),
+            FirstColumn(at_end, columns, [&](int j) { return coordinate.At(j) >= size; })};
   }
-  return {FirstColumn(at_end, columns, [&](int j) { return coordinate(j) < size; }),
-          FirstColumn(at_begin, columns, [&](int j) { return coordinate(j) <= -kTolerance; })};
+  return {FirstColumn(at_end, columns, [&](int j) { return coordinate.At(j) < size; }),
+          FirstColumn(at_begin, columns, [&](int j) { return coordinate.At(j) <= -kTolerance; })};
 }
 
-// Pixels are sampled in blocks of this many columns, in three steps whose loops are simple enough
-// for the compiler to vectorise the first and the last.
-constexpr int kBlock = 64;
-
-// Where the pixels of a block come from: the source pixel left above and the weights of its right
-// and lower neighbours.
-struct Positions {
-  int x[kBlock], y[kBlock];
-  double weight_x[kBlock], weight_y[kBlock];
-};
-
-// The samples of one channel around these positions, and how much those to the right exceed them.
-struct Neighbours {
-  int upper[kBlock], upper_rise[kBlock];
-  int lower[kBlock], lower_rise[kBlock];
-};
-
-void Locate(const SourceMap& map, double row_u, double row_v, int first, int count, Positions* at) {
-  for (int k = 0; k < count; ++k) {
-    const double u = std::max(map.cosine * (first + k) + row_u + map.shift_x, 0.0);
-    const double v = std::max(row_v - map.sine * (first + k) + map.shift_y, 0.0);
-    at->x[k] = static_cast<int>(u);
-    at->y[k] = static_cast<int>(v);
-    at->weight_x[k] = u - at->x[k];
-    at->weight_y[k] = v - at->y[k];
+// Sampling reads two pixels side by side; those of an only column are their own neighbours.
+cv::Mat OfTwoColumnsOrMore(const cv::Mat& image) {
+  cv::Mat doubled = image;
+  if (image.cols == 1) {
+    cv::hconcat(image, image, doubled);
   }
+  return doubled;
 }
 
-// In the last column and row a pixel is its own neighbour.
-template <class Sample, int kChannels>
-void Fetch(const cv::Mat& image, const Positions& at, int count, Neighbours* channels) {
-  constexpr std::ptrdiff_t kPixel = kChannels;
-  const int last_column = image.cols - 1;
-  const int last_row = image.rows - 1;
-  for (int k = 0; k < count; ++k) {
-    const auto* upper = image.ptr<Sample>(at.y[k]) + at.x[k] * kPixel;
-    const auto* lower = image.ptr<Sample>(std::min(at.y[k] + 1, last_row)) + at.x[k] * kPixel;
-    const std::ptrdiff_t next = at.x[k] < last_column ? kPixel : 0;
-    for (std::ptrdiff_t c = 0; c < kPixel; ++c) {
-      channels[c].upper[k] = upper[c];
-      channels[c].upper_rise[k] = upper[c + next] - upper[c];
-      channels[c].lower[k] = lower[c];
-      channels[c].lower_rise[k] = lower[c + next] - lower[c];
-    }
-  }
-}
-
-void Interpolate(const Positions& at, const Neighbours& samples, int count, int* result) {
-  for (int k = 0; k < count; ++k) {
-    const double above = samples.upper[k] + at.weight_x[k] * samples.upper_rise[k];
-    const double below = samples.lower[k] + at.weight_x[k] * samples.lower_rise[k];
-    result[k] = static_cast<int>(above + at.weight_y[k] * (below - above));
-  }
-}
-
-template <class Sample, int kChannels>
-void PasteRows(const cv::Mat& image, const SourceMap& map, cv::Mat* box, const RowRange& range) {
-  Positions at;
-  Neighbours neighbours[kChannels];
-  int result[kBlock];
-  for (int i = range.begin(); i < range.end(); ++i) {
-    const double row_u = map.sine * i;
-    const double row_v = map.cosine * i;
-    const Columns in_x = ColumnsWithin(map.cosine, row_u + map.shift_x, image.cols, box->cols,
-                                       [&](int j) { return map.cosine * j + row_u + map.shift_x; });
-    const Columns in_y = ColumnsWithin(-map.sine, row_v + map.shift_y, image.rows, box->cols,
-                                       [&](int j) { return row_v - map.sine * j + map.shift_y; });
-    const int end = std::min(in_x.last, in_y.last);
-    for (int j = std::max(in_x.first, in_y.first); j < end; j += kBlock) {
-      const int count = std::min(kBlock, end - j);
-      Locate(map, row_u, row_v, j, count, &at);
-      Fetch<Sample, kChannels>(image, at, count, neighbours);
-      auto* target = box->ptr<Sample>(i) + std::ptrdiff_t{j} * kChannels;
-      for (int c = 0; c < kChannels; ++c) {
-        Interpolate(at, neighbours[c], count, result);
-        for (int k = 0; k < count; ++k) {
-          target[k * kChannels + c] = static_cast<Sample>(result[k]);
-        }
-      }
-    }
-  }
-}
-
+// `image` is of `size`, or of two columns instead of one.
 template <class Sample>
-void PasteRowsOf(const cv::Mat& image, const SourceMap& map, cv::Mat* box, const RowRange& range) {
-  if (image.channels() == 1) {
-    PasteRows<Sample, 1>(image, map, box, range);
-  } else {
-    PasteRows<Sample, 3>(image, map, box, range);
+void PasteRows(const cv::Mat& image, cv::Size size, const SourceMap& map, cv::Mat* box,
+               const RowRange& range) {
+  const auto& kernels = kernels::ActiveRowKernels().For<Sample>();
+  const auto bilinear =
+      image.channels() == 1 ? kernels.bilinear_of_one_channel : kernels.bilinear_of_three_channels;
+  const kernels::SampledImage<Sample> sampled{
+      {image.ptr<Sample>(), static_cast<std::ptrdiff_t>(image.step[0])}, image.rows, image.cols};
+  for (int i = range.begin(); i < range.end(); ++i) {
+    const Coordinate x = map.X(i);
+    const Coordinate y = map.Y(i);
+    const Columns in_x = ColumnsWithin(x, size.width, box->cols);
+    const Columns in_y = ColumnsWithin(y, size.height, box->cols);
+    const int first = std::max(in_x.first, in_y.first);
+    const int count = std::min(in_x.last, in_y.last) - first;
+    if (count > 0) {
+      bilinear(sampled, x, y, first, count,
+               box->ptr<Sample>(i) + std::ptrdiff_t{first} * image.channels());
+    }
   }
 }
 
@@ -185,11 +132,12 @@ void PasteTurned(const cv::Mat& image, double angle, const TurnedExtent& extent,
   }
   cv::Mat box = (*canvas)(cv::Rect(x, y, columns, rows));
   const SourceMap map = MapOfBox(width, height, image.size(), angle);
+  const cv::Mat sampled = OfTwoColumnsOrMore(image);
   ForEachRowRange(rows, 2 * box.total() * box.elemSize(), [&](const RowRange& range) {
     if (image.depth() == CV_8U) {
-      PasteRowsOf<std::uint8_t>(image, map, &box, range);
+      PasteRows<std::uint8_t>(sampled, image.size(), map, &box, range);
     } else {
-      PasteRowsOf<std::uint16_t>(image, map, &box, range);
+      PasteRows<std::uint16_t>(sampled, image.size(), map, &box, range);
     }
   });
 }

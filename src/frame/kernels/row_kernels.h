@@ -74,6 +74,24 @@ struct FoldedRows {
   Rows<const Sample> of[kCount];
 };
 
+// An image of at least two columns that is sampled between its pixels.
+template <class Sample>
+struct SampledImage {
+  Rows<const Sample> rows;
+  std::ptrdiff_t row_count;
+  std::ptrdiff_t columns;
+};
+
+// Where a row of a result is sampled: one coordinate of each of its columns. Every step is rounded,
+// and so it never turns back from one column to the next.
+struct Coordinate {
+  double slope;
+  double row;
+  double shift;
+
+  double At(double column) const { return slope * column + row + shift; }
+};
+
 template <class Sample>
 struct SampleKernels {
   // dst = saturate((src op constant) * scale + offset)
@@ -114,6 +132,11 @@ struct SampleKernels {
   using Accumulate = void (*)(Rows<const Sample> src, Rows<float> sums, Extent extent);
   // sums = sums * factor, and dst = saturate(sums), to nearest, ties to even
   using Means = void (*)(Rows<float> sums, Rows<Sample> dst, Extent extent, float factor);
+  // dst = `count` pixels of a row from the column `first` on, bilinear between the neighbours of
+  // (x, y) and truncated, in double precision. Below 0 a position counts as 0; it lies before the
+  // image's last column and row or in them. Behind those a pixel is its own neighbour.
+  using Bilinear = void (*)(const SampledImage<Sample>& image, Coordinate x, Coordinate y,
+                            std::ptrdiff_t first, std::ptrdiff_t count, Sample* dst);
 
   std::array<WithConstant, kArithmeticCount> with_constant;
   std::array<WithImage, kArithmeticCount> with_image;
@@ -134,6 +157,8 @@ struct SampleKernels {
   Accumulate add_to_sums;
   Accumulate subtract_from_sums;
   Means means;
+  Bilinear bilinear_of_one_channel;
+  Bilinear bilinear_of_three_channels;
 };
 
 struct RowKernels {

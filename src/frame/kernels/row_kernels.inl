@@ -810,4 +810,6 @@ inline constexpr SampleKernels<Sample> kSampleKernels = {
     .add_to_sums = Accumulate<Sample, Sum>,
     .subtract_from_sums = Accumulate<Sample, Difference>,
     .means = Means<Sample>,
+    .bilinear_of_one_channel = Bilinear<Sample, 1>,
+    .bilinear_of_three_channels = Bilinear<Sample, 3>,
 };

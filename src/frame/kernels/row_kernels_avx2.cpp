@@ -12,6 +12,8 @@ namespace KELRA::kernels::avx2 {
 
 #include "frame/kernels/vector_avx2.inl"
 
+#include "frame/kernels/bilinear_rows.inl"
+
 #include "frame/kernels/row_kernels.inl"
 
 const RowKernels kRowKernels = {"AVX2", kSampleKernels<std::uint8_t>,

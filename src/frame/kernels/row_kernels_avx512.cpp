@@ -12,6 +12,8 @@ namespace KELRA::kernels::avx512 {
 
 #include "frame/kernels/vector_avx512.inl"
 
+#include "frame/kernels/bilinear_rows.inl"
+
 #include "frame/kernels/row_kernels.inl"
 
 const RowKernels kRowKernels = {"AVX-512", kSampleKernels<std::uint8_t>,

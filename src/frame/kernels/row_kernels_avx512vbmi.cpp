@@ -15,6 +15,8 @@ namespace KELRA::kernels::avx512vbmi {
 #include "frame/kernels/byte_table_avx512vbmi.inl"
 #define KELRA_HAS_BYTE_TABLE
 
+#include "frame/kernels/bilinear_rows.inl"
+
 #include "frame/kernels/row_kernels.inl"
 
 const RowKernels kRowKernels = {"AVX-512 VBMI", kSampleKernels<std::uint8_t>,

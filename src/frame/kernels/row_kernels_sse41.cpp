@@ -12,6 +12,8 @@ namespace KELRA::kernels::sse41 {
 
 #include "frame/kernels/vector_sse41.inl"
 
+#include "frame/kernels/bilinear_rows.inl"
+
 #include "frame/kernels/row_kernels.inl"
 
 const RowKernels kRowKernels = {"SSE4.1", kSampleKernels<std::uint8_t>,

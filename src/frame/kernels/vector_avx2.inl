@@ -200,3 +200,48 @@ inline Floats Divide(Floats a, const Divisor& b) {
   const Floats rest = Multiply(a, b.reciprocal_rest);
   return {_mm256_fmadd_ps(a.v, b.reciprocal.v, rest.v)};
 }
+
+struct Doubles {
+  __m256d v;
+};
+// 64-bit integers, as many as doubles.
+struct Integers {
+  __m256i v;
+};
+
+inline Doubles Load(const double* p) { return {_mm256_loadu_pd(p)}; }
+inline void Store(double* p, Doubles a) { _mm256_storeu_pd(p, a.v); }
+inline Doubles Set(double a) { return {_mm256_set1_pd(a)}; }
+// 0, 1, 2 ...
+inline Doubles LaneNumbers() { return {_mm256_setr_pd(0, 1, 2, 3)}; }
+inline Doubles Add(Doubles a, Doubles b) { return {_mm256_add_pd(a.v, b.v)}; }
+inline Doubles Subtract(Doubles a, Doubles b) { return {_mm256_sub_pd(a.v, b.v)}; }
+inline Doubles Multiply(Doubles a, Doubles b) { return {_mm256_mul_pd(a.v, b.v)}; }
+inline Doubles Min(Doubles a, Doubles b) { return {_mm256_min_pd(a.v, b.v)}; }
+inline Doubles Max(Doubles a, Doubles b) { return {_mm256_max_pd(a.v, b.v)}; }
+inline Doubles Floor(Doubles a) { return {_mm256_floor_pd(a.v)}; }
+
+// Widened.
+inline Integers LoadIntegers(const std::uint16_t* p) {
+  return {_mm256_cvtepu16_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)))};
+}
+inline Integers LoadIntegers(const std::uint32_t* p) {
+  return {_mm256_cvtepu32_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)))};
+}
+inline Integers LoadIntegers(const std::uint64_t* p) {
+  return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))};
+}
+inline void Store(std::uint64_t* p, Integers a) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), a.v);
+}
+inline Integers Set(std::uint64_t a) { return {_mm256_set1_epi64x(static_cast<long long>(a))}; }
+template <int kBits>
+inline Integers ShiftLeft(Integers a) {
+  return {_mm256_slli_epi64(a.v, kBits)};
+}
+template <int kBits>
+inline Integers ShiftRight(Integers a) {
+  return {_mm256_srli_epi64(a.v, kBits)};
+}
+inline Integers BitsOf(Doubles a) { return {_mm256_castpd_si256(a.v)}; }
+inline Doubles DoublesOf(Integers a) { return {_mm256_castsi256_pd(a.v)}; }

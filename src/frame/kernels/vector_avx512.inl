@@ -217,3 +217,46 @@ inline Floats Divide(Floats a, const Divisor& b) {
   const Floats rest = Multiply(a, b.reciprocal_rest);
   return {_mm512_fmadd_ps(a.v, b.reciprocal.v, rest.v)};
 }
+
+struct Doubles {
+  __m512d v;
+};
+// 64-bit integers, as many as doubles.
+struct Integers {
+  __m512i v;
+};
+
+inline Doubles Load(const double* p) { return {_mm512_loadu_pd(p)}; }
+inline void Store(double* p, Doubles a) { _mm512_storeu_pd(p, a.v); }
+inline Doubles Set(double a) { return {_mm512_set1_pd(a)}; }
+// 0, 1, 2 ...
+inline Doubles LaneNumbers() { return {_mm512_setr_pd(0, 1, 2, 3, 4, 5, 6, 7)}; }
+inline Doubles Add(Doubles a, Doubles b) { return {_mm512_add_pd(a.v, b.v)}; }
+inline Doubles Subtract(Doubles a, Doubles b) { return {_mm512_sub_pd(a.v, b.v)}; }
+inline Doubles Multiply(Doubles a, Doubles b) { return {_mm512_mul_pd(a.v, b.v)}; }
+inline Doubles Min(Doubles a, Doubles b) { return {_mm512_min_pd(a.v, b.v)}; }
+inline Doubles Max(Doubles a, Doubles b) { return {_mm512_max_pd(a.v, b.v)}; }
+inline Doubles Floor(Doubles a) {
+  return {_mm512_roundscale_pd(a.v, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC)};
+}
+
+// Widened.
+inline Integers LoadIntegers(const std::uint16_t* p) {
+  return {_mm512_cvtepu16_epi64(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)))};
+}
+inline Integers LoadIntegers(const std::uint32_t* p) {
+  return {_mm512_cvtepu32_epi64(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)))};
+}
+inline Integers LoadIntegers(const std::uint64_t* p) { return {_mm512_loadu_si512(p)}; }
+inline void Store(std::uint64_t* p, Integers a) { _mm512_storeu_si512(p, a.v); }
+inline Integers Set(std::uint64_t a) { return {_mm512_set1_epi64(static_cast<long long>(a))}; }
+template <int kBits>
+inline Integers ShiftLeft(Integers a) {
+  return {_mm512_slli_epi64(a.v, kBits)};
+}
+template <int kBits>
+inline Integers ShiftRight(Integers a) {
+  return {_mm512_srli_epi64(a.v, kBits)};
+}
+inline Integers BitsOf(Doubles a) { return {_mm512_castpd_si512(a.v)}; }
+inline Doubles DoublesOf(Integers a) { return {_mm512_castsi512_pd(a.v)}; }

@@ -177,3 +177,50 @@ struct Divisor {
   explicit Divisor(float v) : value(Set(v)) {}
 };
 inline Floats Divide(Floats a, const Divisor& b) { return Divide(a, b.value); }
+
+struct Doubles {
+  __m128d v;
+};
+// 64-bit integers, as many as doubles.
+struct Integers {
+  __m128i v;
+};
+
+inline Doubles Load(const double* p) { return {_mm_loadu_pd(p)}; }
+inline void Store(double* p, Doubles a) { _mm_storeu_pd(p, a.v); }
+inline Doubles Set(double a) { return {_mm_set1_pd(a)}; }
+// 0, 1, 2 ...
+inline Doubles LaneNumbers() { return {_mm_setr_pd(0, 1)}; }
+inline Doubles Add(Doubles a, Doubles b) { return {_mm_add_pd(a.v, b.v)}; }
+inline Doubles Subtract(Doubles a, Doubles b) { return {_mm_sub_pd(a.v, b.v)}; }
+inline Doubles Multiply(Doubles a, Doubles b) { return {_mm_mul_pd(a.v, b.v)}; }
+inline Doubles Min(Doubles a, Doubles b) { return {_mm_min_pd(a.v, b.v)}; }
+inline Doubles Max(Doubles a, Doubles b) { return {_mm_max_pd(a.v, b.v)}; }
+inline Doubles Floor(Doubles a) { return {_mm_floor_pd(a.v)}; }
+
+// Widened.
+inline Integers LoadIntegers(const std::uint16_t* p) {
+  int two;
+  std::memcpy(&two, p, sizeof(two));
+  return {_mm_cvtepu16_epi64(_mm_cvtsi32_si128(two))};
+}
+inline Integers LoadIntegers(const std::uint32_t* p) {
+  return {_mm_cvtepu32_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)))};
+}
+inline Integers LoadIntegers(const std::uint64_t* p) {
+  return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))};
+}
+inline void Store(std::uint64_t* p, Integers a) {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.v);
+}
+inline Integers Set(std::uint64_t a) { return {_mm_set1_epi64x(static_cast<long long>(a))}; }
+template <int kBits>
+inline Integers ShiftLeft(Integers a) {
+  return {_mm_slli_epi64(a.v, kBits)};
+}
+template <int kBits>
+inline Integers ShiftRight(Integers a) {
+  return {_mm_srli_epi64(a.v, kBits)};
+}
+inline Integers BitsOf(Doubles a) { return {_mm_castpd_si128(a.v)}; }
+inline Doubles DoublesOf(Integers a) { return {_mm_castsi128_pd(a.v)}; }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "KELRA/KelImageOperation.h"
+#include "every_instruction_set.h"
 #include "fake_settings.h"
 #include "recorded_log.h"
 #include "test_images.h"
@@ -90,7 +91,10 @@ TEST(Paste, GrowsTheCanvasByWhatTheImageNeeds) {
 const double kAngles[] = {1e-6, 0.5, 17,  30,  45,    60,  89.999, 90,  90.001, 123.4,
                           135,  180, 200, 225, 269.5, 270, 300,    315, 359.5,  360};
 
-TEST(Paste, TurnsTheImageByTheFormula) {
+class TurnedPaste : public kelra_test::EveryInstructionSet {};
+KELRA_INSTANTIATE_FOR_EVERY_INSTRUCTION_SET(TurnedPaste);
+
+TEST_P(TurnedPaste, FollowsTheFormula) {
   struct Case {
     cv::Size canvas;
     cv::Size image;
@@ -126,15 +130,20 @@ TEST(Paste, TurnsTheImageByTheFormula) {
   }
 }
 
-TEST(Paste, TurnsImagesOfEveryWidth) {
-  for (int width = 1; width <= 70; ++width) {
-    KelImage canvas(RandomImage(40, 40, CV_8UC1));
-    KelImage image(RandomImage(1 + width % 9, width, CV_8UC1, 2));
-    KelImage result;
-    const double angle = 5.1 * width;
-    ASSERT_EQ(Paste(canvas, image, &result, {20, 20}, angle), STATUS_OK);
-    EXPECT_TRUE(SameImage(result.Mat(),
-                          kelra_reference::TurnedPaste(canvas.Mat(), image.Mat(), 20, 20, angle)));
+TEST_P(TurnedPaste, TakesImagesOfEveryWidth) {
+  for (const int type : kelra_test::kPixelTypes) {
+    for (int width = 1; width <= 70; ++width) {
+      for (const double angle : {0.7, 5.1 * width}) {
+        GuardedImage memory(RandomImage(1 + width % 9, width, type, 2), 0, 0);
+        KelImage canvas(RandomImage(40, 40, type));
+        KelImage image(memory.Mat());
+        KelImage result;
+        ASSERT_EQ(Paste(canvas, image, &result, {20, 20}, angle), STATUS_OK);
+        EXPECT_TRUE(SameImage(
+            result.Mat(), kelra_reference::TurnedPaste(canvas.Mat(), image.Mat(), 20, 20, angle)))
+            << kelra_test::TypeName(type) << ' ' << width;
+      }
+    }
   }
 }
 
