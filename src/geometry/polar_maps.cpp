@@ -1,5 +1,6 @@
 #include "geometry/polar_maps.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numeric>
 
@@ -46,8 +47,9 @@ RollingMap::RollingMap(cv::Size size, cv::Point2d center, const RingSector& sect
 void RollingMap::ComputeRows(int first, cv::Mat* source_columns, cv::Mat* source_rows) const {
   const auto center_y = static_cast<float>(center_.y);
   cv::Mat y_offsets(x_offsets_.size(), CV_32F);
+  auto* y_offset = y_offsets.ptr<float>();
   for (int i = 0; i < source_columns->rows; ++i) {
-    y_offsets.setTo(static_cast<float>(first + i) - center_y);
+    std::fill_n(y_offset, y_offsets.cols, static_cast<float>(first + i) - center_y);
     // The maps hold magnitudes and angles first. Row by row: how OpenCV rounds may depend on a
     // sample's place in what it is given.
     cv::Mat magnitudes = source_columns->row(i);
