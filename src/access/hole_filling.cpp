@@ -1,7 +1,6 @@
 // ImageFill.
 
 #include <opencv2/imgproc.hpp>
-#include <utility>
 #include <vector>
 
 #include "KELRA/KelDataConvert.h"
@@ -10,14 +9,16 @@
 #include "frame/call_log.h"
 #include "frame/checks.h"
 #include "frame/load_time_state.h"
+#include "frame/result_matrix.h"
 
 namespace KELRA {
 namespace {
 
 constexpr std::size_t kMostContours = 10000;
-constexpr uchar kWhite = 255;
+constexpr int kWhite = 255;
 
-// The contours of an image and how they lie in each other.
+// The contours of an image and how they lie in each other. They come from a library that can be
+// replaced: links and starts may lead anywhere.
 class Contours {
  public:
   Status Find(KelImage& image) {
@@ -28,61 +29,128 @@ class Contours {
     return hierarchy_.size() <= kMostContours ? STATUS_OK : ERR_COUNT_LIMIT;
   }
 
-  // Calls `visit` with every top-level contour: the objects.
-  template <class Visit>
-  void ForEachObject(Visit visit) const {
-    ForEachSibling(0, visit);
+  // Paints every top-level contour white.
+  void PaintObjects(cv::Mat* image) {
+    BeginPainting();
+    for (int object = 0; Take(object); object = Link(object, kNext)) {
+      Paint(object, image);
+    }
   }
 
-  // Calls `visit` with every contour directly below those: the holes.
-  template <class Visit>
-  void ForEachHole(Visit visit) const {
-    ForEachObject([&](int object) {
-      constexpr int kFirstChild = 2;
-      ForEachSibling(hierarchy_[static_cast<std::size_t>(object)][kFirstChild], visit);
-    });
-  }
-
-  // Paints the contour and everything inside it white.
-  void PaintFilled(int contour, cv::Mat* image) const {
-    const auto index = static_cast<std::size_t>(contour);
-    const cv::Point* points = points_.data() + starts_[index];
-    const int count = starts_[index + 1] - starts_[index];
-    if (count > 0) {
-      cv::fillPoly(*image, &points, &count, 1, cv::Scalar(kWhite));
+  // Paints every contour directly below those white.
+  void PaintHoles(cv::Mat* image) {
+    BeginPainting();
+    std::vector<int> objects;
+    for (int object = 0; Take(object); object = Link(object, kNext)) {
+      objects.push_back(object);
+    }
+    for (const int object : objects) {
+      for (int hole = Link(object, kFirstChild); hole > 0 && Take(hole); hole = Link(hole, kNext)) {
+        Paint(hole, image);
+      }
     }
   }
 
  private:
-  // Whether there is such a contour: the contours come from a library that can be replaced.
-  bool Exists(int contour) const {
-    const auto index = static_cast<std::size_t>(contour);
-    return contour >= 0 && index < hierarchy_.size() && index + 1 < starts_.size();
+  enum LinkKind { kNext = 0, kFirstChild = 2 };
+
+  int Link(int contour, LinkKind kind) const {
+    return hierarchy_[static_cast<std::size_t>(contour)][kind];
   }
 
-  template <class Visit>
-  void ForEachSibling(int contour, Visit visit) const {
-    for (; Exists(contour); contour = hierarchy_[static_cast<std::size_t>(contour)][0]) {
-      visit(contour);
+  void BeginPainting() { taken_.assign(hierarchy_.size(), false); }
+
+  // Whether there is such a contour that has not been taken yet. It is now: so every walk ends.
+  bool Take(int contour) {
+    const auto index = static_cast<std::size_t>(contour);
+    if (contour < 0 || index >= hierarchy_.size() || taken_[index]) {
+      return false;
+    }
+    taken_[index] = true;
+    return true;
+  }
+
+  // What cv::drawContours paints of a contour and all its descendants, by the even-odd rule; that
+  // looks at all contours in every call.
+  void Paint(int contour, cv::Mat* image) {
+    lines_.clear();
+    counts_.clear();
+    family_.assign(1, contour);
+    while (!family_.empty()) {
+      const int next = family_.back();
+      family_.pop_back();
+      AddLine(static_cast<std::size_t>(next));
+      for (int child = Link(next, kFirstChild); Take(child); child = Link(child, kNext)) {
+        family_.push_back(child);
+      }
+    }
+    if (!lines_.empty()) {
+      cv::fillPoly(*image, lines_.data(), counts_.data(), static_cast<int>(lines_.size()),
+                   cv::Scalar(kWhite));
+    }
+  }
+
+  void AddLine(std::size_t contour) {
+    if (contour + 1 >= starts_.size()) {
+      return;
+    }
+    const int first = starts_[contour];
+    const int end = starts_[contour + 1];
+    if (first >= 0 && first < end && static_cast<std::size_t>(end) <= points_.size()) {
+      lines_.push_back(points_.data() + first);
+      counts_.push_back(end - first);
     }
   }
 
   std::vector<cv::Point> points_;
   std::vector<int> starts_;
   std::vector<cv::Vec4i> hierarchy_;
+  std::vector<bool> taken_;
+  std::vector<int> family_;
+  std::vector<const cv::Point*> lines_;
+  std::vector<int> counts_;
 };
 
-// The contours of the objects cover the holes in them and all that lies in those.
-void FillHoles(const Contours& contours, cv::Mat* image) {
-  contours.ForEachObject([&](int object) { contours.PaintFilled(object, image); });
+void FillHoles(Contours& contours, cv::Mat* image) {
+  contours.PaintObjects(image);
+  contours.PaintHoles(image);
 }
 
-// White on the holes alone: what their contours cover, less the objects.
-cv::Mat HolesOf(const Contours& contours, const cv::Mat& image) {
-  cv::Mat holes = cv::Mat::zeros(image.size(), CV_8UC1);
-  contours.ForEachHole([&](int hole) { contours.PaintFilled(hole, &holes); });
-  holes.setTo(cv::Scalar(0), image);
-  return holes;
+// White on the holes alone.
+void DrawHoles(Contours& contours, cv::Mat* image) {
+  image->setTo(0);
+  contours.PaintHoles(image);
+}
+
+// The whole image is filled in the output's own matrix, once its contours are known.
+Status FillWholeImage(KelImage& src, bool holes_only, KelImage* dst) {
+  KelImage image = src;
+  Contours contours;
+  KELRA_RETURN_IF_ERROR(contours.Find(image));
+  cv::Mat fresh;
+  cv::Mat& result = ResultMatrix(dst, src.Mat().size(), CV_8UC1, &fresh);
+  if (holes_only) {
+    DrawHoles(contours, &result);
+  } else {
+    cv::Mat copy;
+    InputToReadWhileWriting(result, src.Mat(), &copy).copyTo(result);
+    FillHoles(contours, &result);
+  }
+  AssignResult(result, dst);
+  return STATUS_OK;
+}
+
+Status FillPart(KelImage& src, KelROI& roi, bool holes_only, KelImage* dst) {
+  KelImage part;
+  KELRA_RETURN_IF_ERROR(RegionConverter().ROIImageExtraction(src.Mat(), roi, &part.Mat(), 1, 0.0));
+  Contours contours;
+  KELRA_RETURN_IF_ERROR(contours.Find(part));
+  holes_only ? DrawHoles(contours, &part.Mat()) : FillHoles(contours, &part.Mat());
+  cv::Mat restored;
+  KELRA_RETURN_IF_ERROR(
+      RegionConverter().ROIImageRestore(src.Mat(), part.Mat(), roi, &restored, 1));
+  dst->Mat() = restored;
+  return STATUS_OK;
 }
 
 }  // namespace
@@ -97,29 +165,9 @@ KelLong KelImageOperation::ImageFill(KelImage& src, KelROI& roi, bool holesOnly,
     return ERR_NOT_SINGLE_CHANNEL;
   }
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
-
   const bool whole = roi.ROIType() == KEL_ROI_WHOLE_IMAGE;
-  KelImage work;
-  if (whole) {
-    work = src.DeepCopy();
-  } else {
-    KELRA_RETURN_IF_ERROR(
-        RegionConverter().ROIImageExtraction(src.Mat(), roi, &work.Mat(), 1, 0.0));
-  }
-  Contours contours;
-  KELRA_RETURN_IF_ERROR(contours.Find(work));
-  if (holesOnly) {
-    work.Mat() = HolesOf(contours, work.Mat());
-  } else {
-    FillHoles(contours, &work.Mat());
-  }
-  cv::Mat result = work.Mat();
-  if (!whole) {
-    cv::Mat restored;
-    KELRA_RETURN_IF_ERROR(RegionConverter().ROIImageRestore(src.Mat(), result, roi, &restored, 1));
-    result = std::move(restored);
-  }
-  dst->Mat() = result;
+  KELRA_RETURN_IF_ERROR(whole ? FillWholeImage(src, holesOnly, dst)
+                              : FillPart(src, roi, holesOnly, dst));
   log.Exit();
   return STATUS_OK;
 }

@@ -83,28 +83,35 @@ class Tracer {
 
   // A border that a raster scan meets first at a right end is that of a hole.
   void TraceBorder(End start, int crossed) {
-    const int border = static_cast<int>(borders_.size());
-    const bool of_hole = start.right;
-    const int around = of_hole ? ObjectBehind(crossed) : HoleBehind(crossed);
-    End end = start;
-    do {
-      BorderOf(end) = border;
-      end = Next(end);
-    } while (end.run != start.run || end.right != start.right);
-
-    if (of_hole) {
+    if (start.right) {
+      const int around = ObjectBehind(crossed);
       borders_.push_back({true, around, BeginContour(At(around).contour)});
-      AddBackgroundPoints(start);
+      Follow<&Tracer::AddBackgroundPoints>(start);
       return;
     }
+    const int around = HoleBehind(crossed);
     borders_.push_back({false, around, BeginContour(kNone)});
-    AddForegroundPoints(start);
+    Follow<&Tracer::AddForegroundPoints>(start);
     if (around != kNone) {
       // What a hole has around an object in it is a contour of the hole: filled by the even-odd
       // rule, the hole then leaves the object out.
       BeginContour(At(around).contour);
-      AddBackgroundPoints(start);
+      Follow<&Tracer::AddBackgroundPoints>(start);
     }
+  }
+
+  // Marks the ends of the newest border and adds its points to the newest contour.
+  template <void (Tracer::*kAddPoints)(End end, End next)>
+  void Follow(End start) {
+    const int border = static_cast<int>(borders_.size()) - 1;
+    End end = start;
+    do {
+      BorderOf(end) = border;
+      const End next = Next(end);
+      (this->*kAddPoints)(end, next);
+      end = next;
+    } while (end.run != start.run || end.right != start.right);
+    CloseContour();
   }
 
   // Follows the border with the foreground on the right hand: down at right ends, up at left ones.
@@ -165,14 +172,30 @@ class Tracer {
     *last = contour;
   }
 
-  // Repeated points, and those of a single pixel but one, are left out.
+  // Extends the contour level, upright or diagonally. Of the points on one such way only the ends
+  // are kept.
   void AddPoint(int x, int y) {
     const cv::Point point(x, y);
-    if (static_cast<int>(points_.size()) == starts_.back() || points_.back() != point) {
+    if (static_cast<int>(points_.size()) == starts_.back()) {
       points_.push_back(point);
+      way_ = {};
+      return;
+    }
+    const cv::Point way(Sign(x - points_.back().x), Sign(y - points_.back().y));
+    if (way == cv::Point()) {
+      return;
+    }
+    if (way == way_) {
+      points_.back() = point;
+    } else {
+      points_.push_back(point);
+      way_ = way;
     }
   }
 
+  static int Sign(int value) { return (value > 0 ? 1 : 0) - (value < 0 ? 1 : 0); }
+
+  // Leaves out what repeats the first point.
   void CloseContour() {
     while (static_cast<int>(points_.size()) > starts_.back() + 1 &&
            points_.back() == points_[static_cast<std::size_t>(starts_.back())]) {
@@ -180,64 +203,51 @@ class Tracer {
     }
   }
 
-  // Corners of the pixels inside the border: between two of them the way is level, upright or
+  // The way to the next end along the pixels inside the border: pieces of it are level, upright or
   // diagonal, so that straight lines pass exactly those pixels.
-  void AddForegroundPoints(End start) {
-    End end = start;
-    do {
-      const ForegroundRun& run = Run(end.run);
-      const End next = Next(end);
-      const int x = end.right ? run.last : run.first;
-      AddPoint(x, run.row);
-      if (end.right && run.last_below != kNone) {
-        const ForegroundRun& below = Run(run.last_below);
-        if (below.last > run.last) {
-          AddPoint(run.last + 1, below.row);
-          AddPoint(next.right ? below.last : Run(next.run).first - 1, below.row);
-        } else if (below.last < run.last) {
-          AddPoint(below.last + 1, run.row);
-        }
-      } else if (!end.right && run.first_above != kNone) {
-        const ForegroundRun& above = Run(run.first_above);
-        if (above.first < run.first) {
-          AddPoint(run.first - 1, above.row);
-          AddPoint(next.right ? Run(next.run).last + 1 : above.first, above.row);
-        } else if (above.first > run.first) {
-          AddPoint(above.first - 1, run.row);
-        }
+  void AddForegroundPoints(End end, End next) {
+    const ForegroundRun& run = Run(end.run);
+    AddPoint(end.right ? run.last : run.first, run.row);
+    if (end.right && run.last_below != kNone) {
+      const ForegroundRun& below = Run(run.last_below);
+      if (below.last > run.last) {
+        AddPoint(run.last + 1, below.row);
+        AddPoint(next.right ? below.last : Run(next.run).first - 1, below.row);
+      } else if (below.last < run.last) {
+        AddPoint(below.last + 1, run.row);
       }
-      end = next;
-    } while (end.run != start.run || end.right != start.right);
-    CloseContour();
+    } else if (!end.right && run.first_above != kNone) {
+      const ForegroundRun& above = Run(run.first_above);
+      if (above.first < run.first) {
+        AddPoint(run.first - 1, above.row);
+        AddPoint(next.right ? Run(next.run).last + 1 : above.first, above.row);
+      } else if (above.first > run.first) {
+        AddPoint(above.first - 1, run.row);
+      }
+    }
   }
 
   // The same for the pixels outside the border, over which the background is joined: level and
-  // upright ways only.
-  void AddBackgroundPoints(End start) {
-    End end = start;
-    do {
-      const ForegroundRun& run = Run(end.run);
-      const End next = Next(end);
-      const int step = end.right ? 1 : -1;  // out of the run, and on to the next row
-      const int x = (end.right ? run.last : run.first) + step;
-      const ForegroundRun& next_run = Run(next.run);
-      const int next_x = next.right ? next_run.last + 1 : next_run.first - 1;
-      AddPoint(x, run.row);
-      if (next.right != end.right) {
-        // Around the run to its other end, or along the row to its neighbour.
-        if (next.run == end.run) {
-          AddPoint(x, run.row + step);
-          AddPoint(next_x, run.row + step);
-        }
-      } else if (step * (next_x - x) > 0) {
-        AddPoint(next_x, run.row);
-      } else {
-        AddPoint(x, next_run.row);
+  // upright only.
+  void AddBackgroundPoints(End end, End next) {
+    const ForegroundRun& run = Run(end.run);
+    const int step = end.right ? 1 : -1;  // out of the run, and on to the next row
+    const int x = (end.right ? run.last : run.first) + step;
+    const ForegroundRun& next_run = Run(next.run);
+    const int next_x = next.right ? next_run.last + 1 : next_run.first - 1;
+    AddPoint(x, run.row);
+    if (next.right != end.right) {
+      // Around the run to its other end, or along the row to its neighbour.
+      if (next.run == end.run) {
+        AddPoint(x, run.row + step);
+        AddPoint(next_x, run.row + step);
       }
-      AddPoint(next_x, next_run.row);
-      end = next;
-    } while (end.run != start.run || end.right != start.right);
-    CloseContour();
+    } else if (step * (next_x - x) > 0) {
+      AddPoint(next_x, run.row);
+    } else {
+      AddPoint(x, next_run.row);
+    }
+    AddPoint(next_x, next_run.row);
   }
 
   const std::vector<ForegroundRun> runs_;
@@ -246,6 +256,7 @@ class Tracer {
   std::vector<int> last_child_;  // by contour
   int last_top_level_ = kNone;
   int previous_ = kNone;
+  cv::Point way_;  // from the last point but one to the last: -1, 0 or 1 in each direction
   std::vector<cv::Point>& points_;
   std::vector<int>& starts_;
   std::vector<cv::Vec4i>& hierarchy_;

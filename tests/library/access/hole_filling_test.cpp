@@ -119,12 +119,32 @@ TEST(ImageFill, ReadsAndWritesParts) {
 }
 
 TEST(ImageFill, MayBeWrittenOverItsInput) {
-  const cv::Mat pixels = Drawn({"###.", "#.#.", "###."});
+  const cv::Mat pixels = Drawn({"###.", "#.#.", "###.", "...."});
   KelImageOperation object;
   KelROI whole;
-  KelImage image(pixels.clone());
-  ASSERT_EQ(object.ImageFill(image, whole, false, &image), STATUS_OK);
-  EXPECT_TRUE(SameImage(image.Mat(), Model(pixels, false)));
+  for (const bool holes_only : {false, true}) {
+    KelImage image(pixels.clone());
+    ASSERT_EQ(object.ImageFill(image, whole, holes_only, &image), STATUS_OK);
+    EXPECT_TRUE(SameImage(image.Mat(), Model(pixels, holes_only)));
+
+    cv::Mat larger = cv::Mat::zeros(6, 4, CV_8UC1);
+    pixels.copyTo(larger.rowRange(0, 4));
+    KelImage upper(larger.rowRange(0, 4));
+    KelImage lower(larger.rowRange(1, 5));
+    ASSERT_EQ(object.ImageFill(upper, whole, holes_only, &lower), STATUS_OK);
+    EXPECT_TRUE(SameImage(lower.Mat(), Model(pixels, holes_only)));
+  }
+}
+
+TEST(ImageFill, WritesAnOutputThatFitsInPlaceAndTouchesNothingBesideIt) {
+  const cv::Mat pixels = Drawn({"####.", "#..#.", "####."});
+  for (const bool holes_only : {false, true}) {
+    GuardedImage guarded(RandomImage(3, 5, CV_8UC1), 5, 9);
+    KelImage dst(guarded.Mat());
+    ASSERT_EQ(Compute(pixels, KelROI(), holes_only, &dst), STATUS_OK);
+    EXPECT_TRUE(SameImage(guarded.Mat(), Model(pixels, holes_only)));
+    EXPECT_TRUE(guarded.SurroundingsUntouched());
+  }
 }
 
 TEST(ImageFill, WorksOnTheRegionsPartAndKeepsTheInputOutside) {

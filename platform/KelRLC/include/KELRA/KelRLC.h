@@ -23,8 +23,8 @@ inline constexpr KelLong KEL_RLC_ERR_MEMORY = 16000003;  // the result does not 
 class KELRLC_API KelRLC {
  public:
   // Contours of the objects (pixels that are not 0, joined over 8 neighbours) and of their holes
-  // (background joined over 4 neighbours that does not reach the image's edge). On failure the
-  // outputs stay as they are.
+  // (background joined over 4 neighbours that does not reach the image's edge). The image is only
+  // read. On failure the outputs stay as they are.
   //
   // `points` holds all contours one after another, contour i from index (*starts)[i] up to, not
   // including, (*starts)[i + 1]; `starts` has one entry more than there are contours, and none when
