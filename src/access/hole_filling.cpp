@@ -118,7 +118,7 @@ void FillHoles(Contours& contours, cv::Mat* image) {
 
 // White on the holes alone.
 void DrawHoles(Contours& contours, cv::Mat* image) {
-  image->setTo(0);
+  *image = cv::Scalar(0);  // by far faster than setTo
   contours.PaintHoles(image);
 }
 

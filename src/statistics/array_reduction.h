@@ -1,7 +1,4 @@
-// Reduces images of one size and type to one image, sample by sample.
-//
-// The rows are cut into tiles that stay in the caches until all images are folded in, several at a
-// time, so every sample is read from memory once.
+// Reduces images of one size and type to one image, sample by sample, in one pass over them.
 #pragma once
 
 #include <opencv2/core.hpp>
@@ -20,16 +17,11 @@ using Images = std::span<const cv::Mat* const>;
 void ReduceToExtreme(Images images, kernels::Combination extreme, bool include_result,
                      cv::Mat* result);
 
-struct Trim {
-  bool smallest;  // leaves out one smallest value of each sample
-  bool largest;   // leaves out one largest value of each sample
-};
-
 // result = the mean of the images less what is trimmed; their number exceeds what is trimmed. The
 // result has the images' size and type and shares no pixels with them.
 //
 // `sums`, if not null, has the images' size and channels in single precision: its values are added
 // to the sums, and it receives the means before they are rounded.
-void ReduceToMean(Images images, Trim trim, cv::Mat* sums, cv::Mat* result);
+void ReduceToMean(Images images, kernels::Trim trim, cv::Mat* sums, cv::Mat* result);
 
 }  // namespace KELRA

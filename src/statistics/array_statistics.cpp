@@ -1,7 +1,7 @@
 // PixelMax, PixelMin, PixelAverage.
 
 #include <algorithm>
-#include <vector>
+#include <cstddef>
 
 #include "KELRA/KelImageOperation.h"
 #include "frame/call_log.h"
@@ -20,40 +20,52 @@ Status CheckFirst(const KelImageArray& images) {
   return CheckNotEmpty(images[0]);
 }
 
-// What the images behind the first must have in common with it.
-Status CheckAlike(const KelImageArray& images) {
-  for (int i = 1; i < images.Length(); ++i) {
-    KELRA_RETURN_IF_ERROR(CheckSameDepth(images[i], images[0]));
-    KELRA_RETURN_IF_ERROR(CheckSameSize(images[i], images[0]));
-    KELRA_RETURN_IF_ERROR(CheckSameChannels(images[i], images[0]));
-  }
-  return STATUS_OK;
+Status CheckAlike(const KelImage& image, const KelImage& first) {
+  KELRA_RETURN_IF_ERROR(CheckSameDepth(image, first));
+  KELRA_RETURN_IF_ERROR(CheckSameSize(image, first));
+  return CheckSameChannels(image, first);
 }
 
 // The average has codes of its own for it.
-Status CheckAlikeForAverage(const KelImageArray& images) {
-  for (int i = 1; i < images.Length(); ++i) {
-    if (!CheckSameSize(images[i], images[0]).ok()) {
-      return ERR_AVG_SIZE_MISMATCH;
-    }
-    if (!CheckSameDepth(images[i], images[0]).ok()) {
-      return ERR_AVG_DEPTH_MISMATCH;
-    }
-    if (!CheckSameChannels(images[i], images[0]).ok()) {
-      return ERR_AVG_CHANNEL_MISMATCH;
-    }
+Status CheckAlikeForAverage(const KelImage& image, const KelImage& first) {
+  if (!CheckSameSize(image, first).ok()) {
+    return ERR_AVG_SIZE_MISMATCH;
   }
-  return STATUS_OK;
+  if (!CheckSameDepth(image, first).ok()) {
+    return ERR_AVG_DEPTH_MISMATCH;
+  }
+  return CheckSameChannels(image, first).ok() ? STATUS_OK : ERR_AVG_CHANNEL_MISMATCH;
 }
 
-std::vector<const cv::Mat*> MatricesOf(const KelImageArray& images) {
-  std::vector<const cv::Mat*> matrices;
-  matrices.reserve(static_cast<std::size_t>(images.Length()));
-  for (int i = 0; i < images.Length(); ++i) {
-    matrices.push_back(&images[i].Mat());
+// The matrices of an array of images.
+class Matrices {
+ public:
+  explicit Matrices(const KelImageArray& images)
+      : matrices_(static_cast<std::size_t>(images.Length())) {
+    for (std::size_t i = 0; i < matrices_.size(); ++i) {
+      matrices_[i] = &images[static_cast<int>(i)].Mat();
+    }
   }
-  return matrices;
-}
+
+  Images All() const { return {matrices_.data(), matrices_.size()}; }
+
+  // What the images behind the first must have in common with it: the status of `check` for the
+  // first that differs.
+  template <class Check>
+  Status CheckAll(const KelImageArray& images, Check check) const {
+    const cv::Mat& first = *matrices_[0];
+    for (std::size_t i = 1; i < matrices_.size(); ++i) {
+      const cv::Mat& mat = *matrices_[i];
+      if (mat.cols != first.cols || mat.rows != first.rows || mat.type() != first.type()) {
+        return check(images[static_cast<int>(i)], images[0]);
+      }
+    }
+    return STATUS_OK;
+  }
+
+ private:
+  cv::AutoBuffer<const cv::Mat*, 16> matrices_;
+};
 
 bool SharesPixelsWithAny(const cv::Mat& mat, Images images) {
   return std::any_of(images.begin(), images.end(),
@@ -115,24 +127,25 @@ Status PixelExtreme(KelImageArray& images, KelImage* dst, const LogLines& lines,
     ConvertBuffer(buffer, first.size(), first.type());
     CV_Error(cv::Error::StsUnmatchedSizes, "The maximum begins with an empty matrix");
   }
-  KELRA_RETURN_IF_ERROR(CheckAlike(images));
+  const Matrices matrices(images);
+  KELRA_RETURN_IF_ERROR(matrices.CheckAll(images, CheckAlike));
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
 
-  const std::vector<const cv::Mat*> matrices = MatricesOf(images);
   if (buffer != nullptr) {
-    ReduceInBuffer(matrices, extreme, buffer, dst);
+    ReduceInBuffer(matrices.All(), extreme, buffer, dst);
   } else {
     cv::Mat fresh;
-    cv::Mat& result = SeparateResult(dst, matrices, &fresh);
-    ReduceToExtreme(matrices, extreme, false, &result);
+    cv::Mat& result = SeparateResult(dst, matrices.All(), &fresh);
+    ReduceToExtreme(matrices.All(), extreme, false, &result);
     AssignResult(result, dst);
   }
   log.Exit();
   return STATUS_OK;
 }
 
-// What the modes 0 to 3 of the average leave out.
-constexpr Trim kTrims[] = {{false, false}, {true, false}, {false, true}, {true, true}};
+// By what the modes 0 to 3 of the average leave out.
+constexpr kernels::Trim kTrims[] = {kernels::kTrimNone, kernels::kTrimSmallest,
+                                    kernels::kTrimLargest, kernels::kTrimBoth};
 constexpr int kFewestImages[] = {1, 2, 2, 3};
 
 }  // namespace
@@ -155,7 +168,8 @@ KelLong KelImageOperation::PixelAverage(KelImageArray& images, KelImage* dst, in
   }
   KELRA_RETURN_IF_ERROR(CheckBitDepth(images[0]));
   KELRA_RETURN_IF_ERROR(CheckChannels(images[0]));
-  KELRA_RETURN_IF_ERROR(CheckAlikeForAverage(images));
+  const Matrices matrices(images);
+  KELRA_RETURN_IF_ERROR(matrices.CheckAll(images, CheckAlikeForAverage));
   if (images.Length() < kFewestImages[mode]) {
     return ERR_COUNT_LIMIT;
   }
@@ -166,10 +180,9 @@ KelLong KelImageOperation::PixelAverage(KelImageArray& images, KelImage* dst, in
     const cv::Mat& first = images[0].Mat();
     ConvertBuffer(sums, first.size(), CV_32FC(first.channels()));
   }
-  const std::vector<const cv::Mat*> matrices = MatricesOf(images);
   cv::Mat fresh;
-  cv::Mat& result = SeparateResult(dst, matrices, &fresh);
-  ReduceToMean(matrices, kTrims[mode], sums, &result);
+  cv::Mat& result = SeparateResult(dst, matrices.All(), &fresh);
+  ReduceToMean(matrices.All(), kTrims[mode], sums, &result);
   AssignResult(result, dst);
   log.Exit();
   return STATUS_OK;

@@ -67,12 +67,19 @@ enum Combination : unsigned {
 };
 inline constexpr int kCombinationCount = 7;
 
-// The rows of several images.
+// What a mean leaves out of the values of each sample: one of the smallest, one of the largest.
+enum Trim : unsigned { kTrimNone = 0, kTrimSmallest = 1, kTrimLargest = 2, kTrimBoth = 3 };
+inline constexpr int kTrimCount = 4;
+
+// One row of each of several images.
 template <class Sample>
-struct FoldedRows {
-  static constexpr int kCount = 8;
-  Rows<const Sample> of[kCount];
+struct ImageRows {
+  const Sample* const* first;
+  std::ptrdiff_t count;
 };
+
+// So many bytes sum up to what 16 bits hold.
+inline constexpr std::size_t kMostSummedBytes = 257;
 
 // An image of at least two columns that is sampled between its pixels.
 template <class Sample>
@@ -125,11 +132,16 @@ struct SampleKernels {
                             double offset);
   // dst = the square root of src, to nearest
   using Root = void (*)(Rows<const Sample> src, Rows<Sample> dst, Extent extent);
-  // dst = the largest or smallest of all sources; sums = sums + each source, in their order
-  using Fold = void (*)(const FoldedRows<Sample>& src, Rows<Sample> dst, Extent extent);
-  using FoldIntoSums = void (*)(const FoldedRows<Sample>& src, Rows<float> sums, Extent extent);
-  // sums = sums + src, or sums - src
-  using Accumulate = void (*)(Rows<const Sample> src, Rows<float> sums, Extent extent);
+  // dst = the largest or smallest of all images; `streaming` as in Extent
+  using Extreme = void (*)(ImageRows<Sample> src, Sample* dst, std::ptrdiff_t samples,
+                           bool streaming);
+  // dst = (the sum of all images - what is left out) * factor, to nearest, ties to even, in single
+  // precision and the images' order; of bytes at most kMostSummedBytes, for a factor of at most 1 /
+  // (their number less what is left out)
+  using Mean = void (*)(ImageRows<Sample> src, Sample* dst, std::ptrdiff_t samples, float factor,
+                        bool streaming);
+  // sums = sums + each image, in their order, - the largest - the smallest as far as left out
+  using AddImages = void (*)(ImageRows<Sample> src, float* sums, std::ptrdiff_t samples);
   // sums = sums * factor, and dst = saturate(sums), to nearest, ties to even
   using Means = void (*)(Rows<float> sums, Rows<Sample> dst, Extent extent, float factor);
   // dst = `count` pixels of a row from the column `first` on, bilinear between the neighbours of
@@ -150,12 +162,11 @@ struct SampleKernels {
   Root root;
   InDouble in_double;
   InDouble in_double_rounded;
-  // All that follow take rows without a tail.
-  Fold fold_maximum;
-  Fold fold_minimum;
-  FoldIntoSums fold_into_sums;
-  Accumulate add_to_sums;
-  Accumulate subtract_from_sums;
+  Extreme largest;
+  Extreme smallest;
+  std::array<Mean, kTrimCount> mean;
+  std::array<AddImages, kTrimCount> add_images;
+  // Takes rows without a tail.
   Means means;
   Bilinear bilinear_of_one_channel;
   Bilinear bilinear_of_three_channels;

@@ -325,15 +325,6 @@ struct Mean {
   }
 };
 
-// A formula of two applied to many, from the first to the last.
-template <class Formula>
-struct Folded {
-  static auto Vector(auto first, auto... rest) {
-    ((first = Formula::Vector(first, rest)), ...);
-    return first;
-  }
-};
-
 // An integer formula whose second operand is the same everywhere.
 template <class Sample, class Formula>
 struct WithOperand {
@@ -521,13 +512,6 @@ inline Floats LoadPartial(AsFloats<Sample> p, std::ptrdiff_t count) {
   std::memcpy(lanes, p.samples, static_cast<std::size_t>(count) * sizeof(Sample));
   return LoadWidened(lanes);
 }
-
-template <class Sample>
-struct RowsAsFloats {
-  Rows<const Sample> rows;
-
-  AsFloats<Sample> operator[](std::ptrdiff_t row) const { return {rows[row]}; }
-};
 
 // Floats to be loaded as many at a time as a vector has samples.
 template <class Sample>
@@ -747,31 +731,13 @@ void SquareRoots(Rows<const Sample> src, Rows<Sample> dst, Extent extent) {
   WalkOneInput(Root<Sample>{}, extent, dst, src);
 }
 
-template <class Sample, class Formula>
-void FoldImages(const FoldedRows<Sample>& src, Rows<Sample> dst, Extent extent) {
-  const auto& of = src.of;
-  WalkBlocksOnly(Folded<Formula>{}, extent, dst, of[0], of[1], of[2], of[3], of[4], of[5], of[6],
-                 of[7]);
-}
-
-template <class Sample>
-void FoldIntoSums(const FoldedRows<Sample>& src, Rows<float> sums, Extent extent) {
-  using As = RowsAsFloats<Sample>;
-  const auto& of = src.of;
-  WalkBlocksOnly(Folded<Sum>{}, extent, sums, sums, As{of[0]}, As{of[1]}, As{of[2]}, As{of[3]},
-                 As{of[4]}, As{of[5]}, As{of[6]}, As{of[7]});
-}
-
-template <class Sample, class Term>
-void Accumulate(Rows<const Sample> src, Rows<float> sums, Extent extent) {
-  WalkBlocksOnly(Term{}, extent, sums, sums, RowsAsFloats<Sample>{src});
-}
-
 template <class Sample>
 void Means(Rows<float> sums, Rows<Sample> dst, Extent extent, float factor) {
   WalkBlocksOnly(TimesFactor{Set(factor)}, extent, sums, sums);
   WalkBlocksOnly(Nearest<Sample>{}, extent, dst, RowsPerSample<Sample>{sums});
 }
+
+#include "frame/kernels/reduction_kernels.inl"
 
 template <class Sample>
 inline constexpr SampleKernels<Sample> kSampleKernels = {
@@ -804,11 +770,12 @@ inline constexpr SampleKernels<Sample> kSampleKernels = {
     .root = SquareRoots<Sample>,
     .in_double = InDouble<Sample, false>,
     .in_double_rounded = InDouble<Sample, true>,
-    .fold_maximum = FoldImages<Sample, Maximum>,
-    .fold_minimum = FoldImages<Sample, Minimum>,
-    .fold_into_sums = FoldIntoSums<Sample>,
-    .add_to_sums = Accumulate<Sample, Sum>,
-    .subtract_from_sums = Accumulate<Sample, Difference>,
+    .largest = Largest<Sample>,
+    .smallest = Smallest<Sample>,
+    .mean = {MeanOfImages<Sample, kTrimNone>, MeanOfImages<Sample, kTrimSmallest>,
+             MeanOfImages<Sample, kTrimLargest>, MeanOfImages<Sample, kTrimBoth>},
+    .add_images = {AddImages<Sample, kTrimNone>, AddImages<Sample, kTrimSmallest>,
+                   AddImages<Sample, kTrimLargest>, AddImages<Sample, kTrimBoth>},
     .means = Means<Sample>,
     .bilinear_of_one_channel = Bilinear<Sample, 1>,
     .bilinear_of_three_channels = Bilinear<Sample, 3>,

@@ -108,6 +108,7 @@ inline Floats SubtractExactly(Floats a, Floats b) {
 }
 // The second operand where either is NaN.
 inline Floats Min(Floats a, Floats b) { return {_mm256_min_ps(a.v, b.v)}; }
+inline Floats Max(Floats a, Floats b) { return {_mm256_max_ps(a.v, b.v)}; }
 inline Floats ZeroWhereZero(Floats a, Floats b) {
   return {_mm256_andnot_ps(_mm256_cmp_ps(b.v, _mm256_setzero_ps(), _CMP_EQ_OQ), a.v)};
 }

@@ -118,6 +118,7 @@ inline Floats SubtractExactly(Floats a, Floats b) {
 }
 // The second operand where either is NaN.
 inline Floats Min(Floats a, Floats b) { return {_mm512_min_ps(a.v, b.v)}; }
+inline Floats Max(Floats a, Floats b) { return {_mm512_max_ps(a.v, b.v)}; }
 inline Floats ZeroWhereZero(Floats a, Floats b) {
   return {_mm512_maskz_mov_ps(_mm512_cmp_ps_mask(b.v, _mm512_setzero_ps(), _CMP_NEQ_UQ), a.v)};
 }

@@ -96,6 +96,7 @@ inline Floats SubtractAndScale(Floats a, Floats b, Floats factor, Floats) {
 inline Floats SubtractExactly(Floats a, Floats b) { return Subtract(a, b); }
 // The second operand where either is NaN.
 inline Floats Min(Floats a, Floats b) { return {_mm_min_ps(a.v, b.v)}; }
+inline Floats Max(Floats a, Floats b) { return {_mm_max_ps(a.v, b.v)}; }
 inline Floats ZeroWhereZero(Floats a, Floats b) {
   return {_mm_andnot_ps(_mm_cmpeq_ps(b.v, _mm_setzero_ps()), a.v)};
 }

@@ -177,6 +177,21 @@ TEST_P(ArrayStatisticsOnEverySet, SumManyLargeSamplesInSinglePrecisionInTheImage
   }
 }
 
+TEST_P(ArrayStatisticsOnEverySet, SumMoreBytesThan16BitsHold) {
+  for (const int count : {257, 258, 300}) {
+    std::vector<cv::Mat> images = RandomImages(count, 2, 70, CV_8UC1);
+    for (cv::Mat& image : images) {
+      image.row(0).setTo(255);
+    }
+    for (const Statistic statistic : kStatistics) {
+      KelImage dst;
+      KelImageOperation object;
+      ASSERT_EQ(Compute(object, statistic, images, &dst), STATUS_OK);
+      EXPECT_TRUE(SameImage(dst.Mat(), Model(statistic, images))) << statistic << ' ' << count;
+    }
+  }
+}
+
 TEST(ArrayStatistics, GiveTheSameBytesWithEveryParallelSetting) {
   const std::vector<cv::Mat> images = RandomImages(5, 131, 457, CV_8UC3);
   for (const Statistic statistic : kStatistics) {

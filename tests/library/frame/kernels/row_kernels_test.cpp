@@ -107,6 +107,33 @@ void CheckStreaming(const SampleKernels<Sample>& kernels) {
   }
 }
 
+template <class Sample>
+void CheckStreamedReductions(const SampleKernels<Sample>& kernels) {
+  const std::vector<std::uint8_t> memory[] = {RandomBytes(1), RandomBytes(2), RandomBytes(3)};
+  const auto expect_same = [&](const auto& reduce) {
+    ExpectSameWhenStreaming<Sample>([&](Rows<Sample> dst, Extent extent) {
+      for (std::ptrdiff_t row = 0; row < extent.rows; ++row) {
+        const Sample* const images[] = {AtConst<Sample>(memory[0])[row],
+                                        AtConst<Sample>(memory[1])[row],
+                                        AtConst<Sample>(memory[2])[row]};
+        reduce(ImageRows<Sample>{images, 3}, dst[row], extent.samples, extent.streaming);
+      }
+    });
+  };
+  expect_same(kernels.largest);
+  expect_same(kernels.smallest);
+  for (const auto mean : kernels.mean) {
+    expect_same([&](ImageRows<Sample> src, Sample* dst, std::ptrdiff_t samples, bool streaming) {
+      mean(src, dst, samples, 0.25F, streaming);
+    });
+  }
+}
+
+TEST_P(StreamingRowKernels, ReduceImagesToTheSameBytes) {
+  CheckStreamedReductions(GetParam()->u8);
+  CheckStreamedReductions(GetParam()->u16);
+}
+
 TEST_P(StreamingRowKernels, Give8BitRowsTheSameBytes) { CheckStreaming(GetParam()->u8); }
 
 TEST_P(StreamingRowKernels, Give16BitRowsTheSameBytes) { CheckStreaming(GetParam()->u16); }

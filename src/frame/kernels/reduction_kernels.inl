@@ -1,0 +1,215 @@
+// Several images to one, sample by sample. An accumulator takes in a vector of each image and gives
+// the result's vector; WalkImages keeps as many of them at a time as the registers hold, so that
+// each image is read in stretches: memory delivers these faster than single lines of many images.
+
+template <class Sample>
+struct LargestOf {
+  static constexpr int kVectors = 1;
+  decltype(Set(Sample{})) so_far = Set(Sample{0});
+
+  void Take(auto s) { so_far = Larger(so_far, s); }
+  auto Result() const { return so_far; }
+};
+
+template <class Sample>
+struct SmallestOf {
+  static constexpr int kVectors = 1;
+  decltype(Set(Sample{})) so_far = Set(static_cast<Sample>(kLimit<Sample>));
+
+  void Take(auto s) { so_far = Smaller(so_far, s); }
+  auto Result() const { return so_far; }
+};
+
+// Sums in single precision. Those of bytes are whole numbers that 16 bits hold, too.
+template <class Sample>
+struct SumOf;
+
+template <>
+struct SumOf<std::uint8_t> {
+  BytesAsWords sums = {{Set(std::uint16_t{0}), Set(std::uint16_t{0})}};
+
+  void Take(Bytes s) {
+    const BytesAsWords w = Widen(s, Set(std::uint8_t{0}));
+    sums = {{Add(sums.part[0], w.part[0]), Add(sums.part[1], w.part[1])}};
+  }
+  void Drop(Bytes s) {
+    const BytesAsWords w = Widen(s, Set(std::uint8_t{0}));
+    sums = {{Subtract(sums.part[0], w.part[0]), Subtract(sums.part[1], w.part[1])}};
+  }
+  Bytes Times(Floats factor) const {
+    const WordsAsFloats low = Widen(sums.part[0]);
+    const WordsAsFloats high = Widen(sums.part[1]);
+    return Narrow(
+        ToNearest(Multiply(low.part[0], factor)), ToNearest(Multiply(low.part[1], factor)),
+        ToNearest(Multiply(high.part[0], factor)), ToNearest(Multiply(high.part[1], factor)));
+  }
+};
+
+template <>
+struct SumOf<std::uint16_t> {
+  WordsAsFloats sums = {{Set(0.0F), Set(0.0F)}};
+
+  void Take(Words s) {
+    const WordsAsFloats w = Widen(s);
+    sums = {{Add(sums.part[0], w.part[0]), Add(sums.part[1], w.part[1])}};
+  }
+  void Drop(Words s) {
+    const WordsAsFloats w = Widen(s);
+    sums = {{Subtract(sums.part[0], w.part[0]), Subtract(sums.part[1], w.part[1])}};
+  }
+  Words Times(Floats factor) const {
+    return Narrow(ToNearest(Multiply(sums.part[0], factor)),
+                  ToNearest(Multiply(sums.part[1], factor)));
+  }
+};
+
+template <class Sample, Trim kTrim>
+struct MeanOf {
+  static constexpr bool kDropsSmallest = (kTrim & kTrimSmallest) != 0;
+  static constexpr bool kDropsLargest = (kTrim & kTrimLargest) != 0;
+  static constexpr int kVectors = kTrim == kTrimNone ? 2 : 4;
+
+  Floats factor;
+  SumOf<Sample> sum;
+  SmallestOf<Sample> smallest;
+  LargestOf<Sample> largest;
+
+  void Take(auto s) {
+    sum.Take(s);
+    if constexpr (kDropsSmallest) {
+      smallest.Take(s);
+    }
+    if constexpr (kDropsLargest) {
+      largest.Take(s);
+    }
+  }
+  auto Result() const {
+    SumOf<Sample> kept = sum;
+    if constexpr (kDropsLargest) {
+      kept.Drop(largest.Result());
+    }
+    if constexpr (kDropsSmallest) {
+      kept.Drop(smallest.Result());
+    }
+    return kept.Times(factor);
+  }
+};
+
+// The samples from `at` on: one vector for each of the accumulators.
+template <int kCount, bool kStreaming, class Accumulator, class Sample>
+inline void ReduceVectors(const Accumulator& begin, ImageRows<Sample> src, std::ptrdiff_t at,
+                          Sample* dst) {
+  constexpr std::ptrdiff_t kStep = kLanes<Sample>;
+  Accumulator accumulators[kCount];
+  for (Accumulator& accumulator : accumulators) {
+    accumulator = begin;
+  }
+  for (std::ptrdiff_t image = 0; image < src.count; ++image) {
+    const Sample* p = src.first[image] + at;
+    for (Accumulator& accumulator : accumulators) {
+      accumulator.Take(Load(p));
+      p += kStep;
+    }
+  }
+  Sample* result = dst + at;
+  for (const Accumulator& accumulator : accumulators) {
+    if constexpr (kStreaming) {
+      Stream(result, accumulator.Result());
+    } else {
+      Store(result, accumulator.Result());
+    }
+    result += kStep;
+  }
+}
+
+// `count` samples from `at` on, fewer than a vector holds.
+template <class Accumulator, class Sample>
+inline void ReducePartially(Accumulator accumulator, ImageRows<Sample> src, std::ptrdiff_t at,
+                            std::ptrdiff_t count, Sample* dst) {
+  for (std::ptrdiff_t image = 0; image < src.count; ++image) {
+    accumulator.Take(LoadPartial(src.first[image] + at, count));
+  }
+  StorePartial(dst + at, accumulator.Result(), count);
+}
+
+template <bool kStreaming, class Accumulator, class Sample>
+inline void WalkImages(const Accumulator& begin, ImageRows<Sample> src, std::ptrdiff_t at,
+                       std::ptrdiff_t end, Sample* dst) {
+  constexpr int kCount = 8 / Accumulator::kVectors;
+  constexpr std::ptrdiff_t kStep = kLanes<Sample>;
+  for (; at + kCount * kStep <= end; at += kCount * kStep) {
+    ReduceVectors<kCount, kStreaming>(begin, src, at, dst);
+  }
+  for (; at + kStep <= end; at += kStep) {
+    ReduceVectors<1, kStreaming>(begin, src, at, dst);
+  }
+  if (at < end) {
+    ReducePartially(begin, src, at, end - at, dst);
+  }
+}
+
+// The one loop over a row of images. The output may be an image: every sample is read before it is
+// written.
+template <class Accumulator, class Sample>
+inline void Reduce(const Accumulator& begin, ImageRows<Sample> src, Sample* dst,
+                   std::ptrdiff_t samples, bool streaming) {
+  const std::ptrdiff_t head = streaming ? SamplesToAlignment(dst, samples) : samples;
+  if (head == samples) {
+    return WalkImages<false>(begin, src, 0, samples, dst);
+  }
+  if (head > 0) {
+    ReducePartially(begin, src, 0, head, dst);
+  }
+  WalkImages<true>(begin, src, head, samples, dst);
+  _mm_sfence();
+}
+
+template <class Sample>
+void Largest(ImageRows<Sample> src, Sample* dst, std::ptrdiff_t samples, bool streaming) {
+  Reduce(LargestOf<Sample>{}, src, dst, samples, streaming);
+}
+
+template <class Sample>
+void Smallest(ImageRows<Sample> src, Sample* dst, std::ptrdiff_t samples, bool streaming) {
+  Reduce(SmallestOf<Sample>{}, src, dst, samples, streaming);
+}
+
+template <class Sample, Trim kTrim>
+void MeanOfImages(ImageRows<Sample> src, Sample* dst, std::ptrdiff_t samples, float factor,
+                  bool streaming) {
+  Reduce(MeanOf<Sample, kTrim>{Set(factor), {}, {}, {}}, src, dst, samples, streaming);
+}
+
+// Any number of images onto sums in memory.
+template <class Sample, Trim kTrim>
+inline Floats AddedTo(Floats sum, ImageRows<Sample> src, auto load) {
+  Floats smallest = Set(kLimit<Sample>);
+  Floats largest = Set(0.0F);
+  for (std::ptrdiff_t image = 0; image < src.count; ++image) {
+    const Floats s = load(AsFloats<Sample>{src.first[image]});
+    sum = Add(sum, s);
+    smallest = Min(smallest, s);
+    largest = Max(largest, s);
+  }
+  if constexpr ((kTrim & kTrimLargest) != 0) {
+    sum = Subtract(sum, largest);
+  }
+  if constexpr ((kTrim & kTrimSmallest) != 0) {
+    sum = Subtract(sum, smallest);
+  }
+  return sum;
+}
+
+template <class Sample, Trim kTrim>
+void AddImages(ImageRows<Sample> src, float* sums, std::ptrdiff_t samples) {
+  constexpr std::ptrdiff_t kStep = kLanes<float>;
+  std::ptrdiff_t at = 0;
+  for (; at + kStep <= samples; at += kStep) {
+    const auto load = [at](AsFloats<Sample> p) { return Load(p + at); };
+    Store(sums + at, AddedTo<Sample, kTrim>(Load(sums + at), src, load));
+  }
+  if (const std::ptrdiff_t rest = samples - at; rest > 0) {
+    const auto load = [at, rest](AsFloats<Sample> p) { return LoadPartial(p + at, rest); };
+    StorePartial(sums + at, AddedTo<Sample, kTrim>(LoadPartial(sums + at, rest), src, load), rest);
+  }
+}
