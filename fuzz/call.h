@@ -50,6 +50,15 @@ inline constexpr int kBufferSize = 12 * 12 * 4 * 8;
 
 Call ReadCall(InputReader* reader, Scene* scene);
 
+inline bool IsOnWholeImage(const Call& call) {
+  return call.roi.ROIType() == KELRA::KEL_ROI_WHOLE_IMAGE;
+}
+
+inline bool IsUnderRuns(const Call& call) { return call.roi.ROIType() == KELRA::KEL_ROI_REGION; }
+
+// A code of the region library.
+inline bool IsRegionFailure(KELRA::KelLong status) { return status / 10000 == 1300; }
+
 // What is said of a method beside the rules that all share.
 enum Trait : unsigned {
   kThrowsNothing = 1,
@@ -59,6 +68,10 @@ enum Trait : unsigned {
   kStartsFromBuffer = 4,
   // An output of the input's size gets the constant before it is compared.
   kWritesConstantFirst = 8,
+  // One-channel inputs become three-channel ones before all checks are done.
+  kPromotesInputs = 16,
+  // A run-length region that has no mask leaves the result on the whole image in the output.
+  kKeepsUnmaskedResult = 32,
 };
 
 struct Operation {

@@ -30,13 +30,34 @@ bool Has(const Operation& operation, Trait trait) { return (operation.traits & t
 
 bool InEfficiencyMode() { return KELRA::LoadedSettings().efficiency != 0; }
 
-std::string Text(const cv::Mat& mat) {
+// Without a share in the pixels: whether an output's are its own makes a difference.
+struct Header {
+  int rows = 0;
+  int columns = 0;
+  int type = 0;
+  int dimensions = 0;
+  std::size_t step = 0;
+  const void* data = nullptr;
+
+  Header() = default;
+  explicit Header(const cv::Mat& mat)
+      : rows(mat.rows),
+        columns(mat.cols),
+        type(mat.type()),
+        dimensions(mat.dims),
+        step(mat.dims == 2 ? mat.step[0] : 0),
+        data(mat.data) {}
+};
+
+std::string Text(const Header& header) {
   char text[128];
   std::snprintf(text, sizeof text, "%d x %d, depth %d, %d channels, %d dimensions, step %zu, at %p",
-                mat.cols, mat.rows, mat.depth(), mat.channels(), mat.dims,
-                mat.dims == 2 ? mat.step[0] : 0, static_cast<void*>(mat.data));
+                header.columns, header.rows, CV_MAT_DEPTH(header.type), CV_MAT_CN(header.type),
+                header.dimensions, header.step, header.data);
   return text;
 }
+
+std::string Text(const cv::Mat& mat) { return Text(Header(mat)); }
 
 std::string Text(const Operation& operation, const Call& call) {
   std::string text = operation.name;
@@ -81,12 +102,16 @@ std::string Text(const Outcome& outcome) {
 // Ends the program unless what a call promises holds.
 class Judge {
  public:
-  Judge(const Operation& operation, const Call& call) : operation_(operation), call_(call) {}
+  Judge(const Operation& operation, const Call& call) : operation_(operation), call_(call) {
+    if (call.output != nullptr) {
+      output_before_ = Header(call.output->Mat());
+    }
+  }
 
   void Require(bool holds, const char* promise, const std::string& found = {}) const {
     if (!holds) {
-      std::fprintf(stderr, "\nBroken promise: %s\n%s\n%s\n", promise,
-                   Text(operation_, call_).c_str(), found.c_str());
+      std::fprintf(stderr, "\nBroken promise: %s\n%s\n  output before the call: %s\n%s\n", promise,
+                   Text(operation_, call_).c_str(), Text(output_before_).c_str(), found.c_str());
       std::abort();
     }
   }
@@ -94,6 +119,7 @@ class Judge {
  private:
   const Operation& operation_;
   const Call& call_;
+  Header output_before_;
 };
 
 Outcome Run(const Operation& operation, KelImageOperation* object, Call* call) {
@@ -278,9 +304,17 @@ class CallChecker {
     Tell(outcome);
 
     if (outcome.exception.empty() && outcome.status == 0) {
-      CheckSuccess(judge, *call, surroundings);
+      if (!depends_on_output) {
+        CheckSuccess(judge, *call, surroundings);
+      }
     } else if (outcome.exception.empty()) {
-      CheckFailure(judge, *call, outcome.status, input_before, surroundings);
+      const bool copies_input =
+          operation_.copies_input != nullptr && operation_.copies_input(*call, outcome.status);
+      if (call->output != nullptr && !copies_input) {
+        CheckLeftAlone(judge, *call, outcome.status, input_before, surroundings);
+      } else if (call->output != nullptr && !depends_on_output) {
+        CheckCopied(judge, *call, outcome.status, input_before);
+      }
     } else {
       judge.Require(!Has(operation_, kThrowsNothing), "the method throws nothing",
                     outcome.exception);
@@ -320,24 +354,34 @@ class CallChecker {
     }
   }
 
-  void CheckFailure(const Judge& judge, const Call& call, KelLong status,
-                    const KelImage& input_before, const Surroundings& surroundings) const {
-    if (call.output == nullptr) {
-      return;
-    }
+  static void CheckCopied(const Judge& judge, const Call& call, KelLong status,
+                          const KelImage& input_before) {
     const std::string found = "status " + std::to_string(status);
     const cv::Mat& output = call.output->Mat();
-    if (operation_.copies_input != nullptr && operation_.copies_input(call, status)) {
-      judge.Require(SameMatrix(output, input_before.Mat()),
-                    "the failure leaves a copy of the input in the output", found);
-      judge.Require(call.output == call.first || !SharesPixels(output, call.first->Mat()),
-                    "the copy of the input has pixels of its own", found);
-      return;
-    }
+    judge.Require(SameMatrix(output, input_before.Mat()),
+                  "the failure leaves a copy of the input in the output", found);
+    judge.Require(call.output == call.first || !SharesPixels(output, call.first->Mat()),
+                  "the copy of the input has pixels of its own", found);
+  }
+
+  void CheckLeftAlone(const Judge& judge, const Call& call, KelLong status,
+                      const KelImage& input_before, const Surroundings& surroundings) const {
+    const cv::Mat& output = call.output->Mat();
     const bool untouched = surroundings.OutputUntouched(output) && surroundings.Untouched();
     const bool cleared = !untouched && InEfficiencyMode() && Has(operation_, kBindsBuffer) &&
                          IsCleared(output, input_before);
-    judge.Require(untouched || cleared, "the failure leaves the output untouched", found);
+    judge.Require(untouched || cleared || IsPromoted(call) || IsUnmasked(call, status),
+                  "the failure leaves the output untouched", "status " + std::to_string(status));
+  }
+
+  // Whether the output is an input whose channels may have changed.
+  bool IsPromoted(const Call& call) const {
+    return Has(operation_, kPromotesInputs) &&
+           (call.output == call.first || call.output == call.second);
+  }
+
+  bool IsUnmasked(const Call& call, KelLong status) const {
+    return Has(operation_, kKeepsUnmaskedResult) && IsUnderRuns(call) && IsRegionFailure(status);
   }
 
   static void CheckAgainstPlain(const Judge& judge, const Call& call, const Outcome& outcome,
@@ -346,11 +390,17 @@ class CallChecker {
     const std::string found = Text(outcome) + "\ninstead of\n" + Text(expected);
     judge.Require(outcome.status == expected.status && outcome.exception == expected.exception,
                   "the status is that of the plain call", found);
-    if (outcome.status == 0 && outcome.exception.empty()) {
+    // A plain output without pixels has been left alone.
+    if (outcome.exception.empty() && !expected.result.empty()) {
       judge.Require(SameMatrix(outcome.result, expected.result),
                     "the result is that of the plain call", found);
     }
     for (const KelImage* input : inputs) {
+      if (InEfficiencyMode() && call.output != nullptr &&
+          SharesPixels(input->Mat(), call.output->Mat())) {
+        // An earlier result that is no input of this method; a later one overwrites it.
+        continue;
+      }
       const KelImage& left =
           input == call.first ? *plain->Operands().first : *plain->Operands().second;
       judge.Require(SameMatrix(input->Mat(), left.Mat()),

@@ -111,7 +111,9 @@ cv::Mat Bordered(const Call& c) {
       image.channels() == 1 ? cv::Scalar(c.color.red)
                             : cv::Scalar(c.color.blue, c.color.green, c.color.red, c.color.alpha);
   cv::Mat result(image.rows + c.lengths[1] + c.lengths[3], image.cols + c.lengths[0] + c.lengths[2],
-                 image.type(), color);
+                 image.type());
+  // More channels than a colour has are all painted alike, or refused.
+  (image.channels() > 4 ? result.reshape(1) : result).setTo(color);
   Lay(image, {c.lengths[0], c.lengths[1]}, &result);
   return result;
 }

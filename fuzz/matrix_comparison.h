@@ -27,9 +27,10 @@ inline bool SameMatrix(const cv::Mat& a, const cv::Mat& b) {
   return true;
 }
 
+// Of matrices of two dimensions or none.
 inline bool SameHeader(const cv::Mat& a, const cv::Mat& b) {
-  return a.data == b.data && a.dims == b.dims && a.type() == b.type() && a.size == b.size &&
-         (a.dims != 2 || a.step[0] == b.step[0]);
+  return a.data == b.data && a.rows == b.rows && a.cols == b.cols && a.type() == b.type() &&
+         (a.empty() || a.step[0] == b.step[0]);
 }
 
 }  // namespace kelra_fuzz

@@ -9,15 +9,6 @@
 
 namespace kelra_fuzz {
 
-inline bool IsOnWholeImage(const Call& call) {
-  return call.roi.ROIType() == KELRA::KEL_ROI_WHOLE_IMAGE;
-}
-
-inline bool IsUnderRuns(const Call& call) { return call.roi.ROIType() == KELRA::KEL_ROI_REGION; }
-
-// A code of the region library.
-inline bool IsRegionFailure(KELRA::KelLong status) { return status / 10000 == 1300; }
-
 // 255 inside the region, which covers at least one pixel.
 inline cv::Mat MaskOf(const KELRA::KelROI& region, const cv::Mat& image) {
   cv::Mat input = image;

@@ -71,7 +71,7 @@ using Object = KelImageOperation;
 
 constexpr Operation kOperations[] = {
     {"AddConst", CallArithmetic<&Object::AddConst>, Arithmetic<kelra_reference::kAdd>,
-     kBindsBuffer},
+     kBindsBuffer | kKeepsUnmaskedResult},
     {"SubtractConst", CallArithmetic<&Object::SubtractConst>,
      Arithmetic<kelra_reference::kSubtract>, kBindsBuffer, UnlessThePartFails},
     {"MultiplyConst", CallArithmetic<&Object::MultiplyConst>,

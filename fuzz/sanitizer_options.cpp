@@ -3,5 +3,5 @@
 extern "C" const char* __asan_default_options();
 
 const char* __asan_default_options() {
-  return "allocator_may_return_null=1:max_allocation_size_mb=32:detect_stack_use_after_return=0";
+  return "allocator_may_return_null=1:max_allocation_size_mb=32:quarantine_size_mb=16";
 }

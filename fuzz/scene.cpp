@@ -30,7 +30,7 @@ cv::Size AnySize(InputReader* reader) {
       return {1, reader->Between(1, 64)};
     case 15: {
       // Large enough to be shared among threads, or nothing at all.
-      const cv::Size kExtremes[] = {{0, 0}, {0, 3}, {3, 0}, {700, 100}};
+      const cv::Size kExtremes[] = {{0, 0}, {0, 3}, {3, 0}, {1, 1}, {2, 2}, {3, 1}, {700, 100}};
       return reader->OneOf(kExtremes);
     }
     default: {
@@ -78,11 +78,23 @@ std::uint32_t IntegerSample(Content content, std::uint32_t random) {
   }
 }
 
+// Draws a sequence of samples; all others repeat it, as drawing many would take most of the time.
 template <class Sample, class Next>
 void FillAs(cv::Mat* image, Next next) {
+  constexpr std::size_t kDrawn = 509;
+  const auto row_samples = static_cast<std::size_t>(image->cols * image->channels());
+  std::array<Sample, kDrawn> drawn;
+  const auto end =
+      drawn.begin() + static_cast<std::ptrdiff_t>(
+                          std::min(kDrawn, row_samples * static_cast<std::size_t>(image->rows)));
+  std::generate(drawn.begin(), end, next);
+  auto sample = drawn.begin();
   for (int row = 0; row < image->rows; ++row) {
     auto* samples = image->ptr<Sample>(row);
-    std::generate_n(samples, image->cols * image->channels(), next);
+    for (std::size_t i = 0; i < row_samples; ++i) {
+      samples[i] = *sample;
+      sample = sample + 1 == end ? drawn.begin() : sample + 1;
+    }
   }
 }
 
@@ -144,8 +156,9 @@ Scene::Scene(InputReader* reader) {
 
 std::uint8_t* Scene::AddBuffer(std::size_t size, std::uint8_t seed) {
   const Block& block = blocks_.emplace_back(size);
-  cv::Mat bytes(1, static_cast<int>(size), CV_8UC1, block.begin());
-  Fill(&bytes, Content::kAny, seed);
+  for (std::size_t i = 0; i < size; ++i) {
+    block.begin()[i] = static_cast<std::uint8_t>(seed + i * 37);
+  }
   return block.begin();
 }
 
@@ -154,6 +167,10 @@ std::uint8_t* Scene::AddBuffer(std::size_t size, std::uint8_t seed) {
 cv::Mat Scene::NewImage(InputReader* reader, cv::Size size, int type) {
   if (size.empty()) {
     return cv::Mat(size, type);
+  }
+  constexpr int kMostSamples = 700 * 100 * 3;
+  if (size.area() * CV_MAT_CN(type) > kMostSamples) {
+    size.height = 1;
   }
   cv::Rect place(cv::Point(), size);
   cv::Size whole = size;
@@ -173,10 +190,11 @@ cv::Mat Scene::NewImage(InputReader* reader, cv::Size size, int type) {
 
 cv::Mat Scene::FirstImage(InputReader* reader) {
   const int type = AnyType(reader);
+  const cv::Size size = AnySize(reader);
   if (reader->Rarely(64)) {
     return reader->Flip() ? cv::Mat() : OfThreeDimensions(type);
   }
-  return NewImage(reader, AnySize(reader), type);
+  return NewImage(reader, size, type);
 }
 
 cv::Mat Scene::RelatedImage(InputReader* reader, int index) {

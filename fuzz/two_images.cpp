@@ -124,15 +124,17 @@ bool UnderRunsIfRefused(const Call& call, KelLong status) {
 using Object = KelImageOperation;
 
 constexpr Operation kOperations[] = {
-    {"Add", CallArithmetic<&Object::Add>, Arithmetic<kelra_reference::kAdd>, kBindsBuffer},
+    {"Add", CallArithmetic<&Object::Add>, Arithmetic<kelra_reference::kAdd>,
+     kBindsBuffer | kPromotesInputs},
     {"Subtract", CallArithmetic<&Object::Subtract>, Arithmetic<kelra_reference::kSubtract>,
-     kBindsBuffer},
+     kBindsBuffer | kPromotesInputs},
     {"Multiply", CallArithmetic<&Object::Multiply>, Arithmetic<kelra_reference::kMultiply>,
-     kBindsBuffer},
-    {"Divide", CallArithmetic<&Object::Divide>, Arithmetic<kelra_reference::kDivide>, kBindsBuffer},
-    {"BitAnd", CallBitwise<&Object::BitAnd>, Bitwise<And>, kThrowsNothing},
-    {"BitOr", CallBitwise<&Object::BitOr>, Bitwise<Or>, kThrowsNothing},
-    {"BitXor", CallBitwise<&Object::BitXor>, Bitwise<Xor>, kThrowsNothing},
+     kBindsBuffer | kPromotesInputs},
+    {"Divide", CallArithmetic<&Object::Divide>, Arithmetic<kelra_reference::kDivide>,
+     kBindsBuffer | kPromotesInputs},
+    {"BitAnd", CallBitwise<&Object::BitAnd>, Bitwise<And>, kThrowsNothing | kPromotesInputs},
+    {"BitOr", CallBitwise<&Object::BitOr>, Bitwise<Or>, kThrowsNothing | kPromotesInputs},
+    {"BitXor", CallBitwise<&Object::BitXor>, Bitwise<Xor>, kThrowsNothing | kPromotesInputs},
     {"Compare", CallCompare, Marked},
     {"CompareConst", CallCompareConst, MarkedAgainstConstant, 0, UnderRunsIfRefused},
 };
