@@ -360,7 +360,6 @@ template <class Sample, bool kRounded>
 struct LinearInDouble {
   Doubles scale_lanes;
   Doubles offset_lanes;
-  Floats bias_lanes = Set(kNoShift);
 
   Doubles Value(Doubles s) const {
     return Min(Set(double{kLimit<Sample>}), Add(Multiply(s, scale_lanes), offset_lanes));
@@ -375,11 +374,11 @@ struct LinearInDouble {
     }
   }
   Bytes Vector(Bytes s) const {
-    const BytesAsFloats w = Widen(s, bias_lanes);
+    const BytesAsFloats w = Widen(s);
     return Narrow(Part(w.part[0]), Part(w.part[1]), Part(w.part[2]), Part(w.part[3]));
   }
   Words Vector(Words s) const {
-    const WordsAsFloats w = Widen(s, bias_lanes);
+    const WordsAsFloats w = Widen(s);
     return Narrow(Part(w.part[0]), Part(w.part[1]));
   }
 };

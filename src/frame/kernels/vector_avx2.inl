@@ -116,11 +116,6 @@ inline Floats ZeroWhereZero(Floats a, Floats b) {
 inline __m256i ToNearest(Floats a) { return _mm256_cvtps_epi32(a.v); }
 inline __m256i Truncate(Floats a) { return _mm256_cvttps_epi32(a.v); }
 
-inline Doubles Set(double a) { return {_mm256_set1_pd(a)}; }
-inline Doubles Add(Doubles a, Doubles b) { return {_mm256_add_pd(a.v, b.v)}; }
-inline Doubles Multiply(Doubles a, Doubles b) { return {_mm256_mul_pd(a.v, b.v)}; }
-inline Doubles Min(Doubles a, Doubles b) { return {_mm256_min_pd(a.v, b.v)}; }
-
 struct FloatsAsDoubles {
   Doubles part[2];
 };
@@ -202,9 +197,6 @@ inline Floats Divide(Floats a, const Divisor& b) {
   return {_mm256_fmadd_ps(a.v, b.reciprocal.v, rest.v)};
 }
 
-struct Doubles {
-  __m256d v;
-};
 // 64-bit integers, as many as doubles.
 struct Integers {
   __m256i v;

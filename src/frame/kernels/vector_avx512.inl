@@ -126,11 +126,6 @@ inline Floats ZeroWhereZero(Floats a, Floats b) {
 inline __m512i ToNearest(Floats a) { return _mm512_cvtps_epi32(a.v); }
 inline __m512i Truncate(Floats a) { return _mm512_cvttps_epi32(a.v); }
 
-inline Doubles Set(double a) { return {_mm512_set1_pd(a)}; }
-inline Doubles Add(Doubles a, Doubles b) { return {_mm512_add_pd(a.v, b.v)}; }
-inline Doubles Multiply(Doubles a, Doubles b) { return {_mm512_mul_pd(a.v, b.v)}; }
-inline Doubles Min(Doubles a, Doubles b) { return {_mm512_min_pd(a.v, b.v)}; }
-
 struct FloatsAsDoubles {
   Doubles part[2];
 };
@@ -219,9 +214,6 @@ inline Floats Divide(Floats a, const Divisor& b) {
   return {_mm512_fmadd_ps(a.v, b.reciprocal.v, rest.v)};
 }
 
-struct Doubles {
-  __m512d v;
-};
 // 64-bit integers, as many as doubles.
 struct Integers {
   __m512i v;

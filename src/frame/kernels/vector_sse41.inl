@@ -104,11 +104,6 @@ inline Floats ZeroWhereZero(Floats a, Floats b) {
 inline __m128i ToNearest(Floats a) { return _mm_cvtps_epi32(a.v); }
 inline __m128i Truncate(Floats a) { return _mm_cvttps_epi32(a.v); }
 
-inline Doubles Set(double a) { return {_mm_set1_pd(a)}; }
-inline Doubles Add(Doubles a, Doubles b) { return {_mm_add_pd(a.v, b.v)}; }
-inline Doubles Multiply(Doubles a, Doubles b) { return {_mm_mul_pd(a.v, b.v)}; }
-inline Doubles Min(Doubles a, Doubles b) { return {_mm_min_pd(a.v, b.v)}; }
-
 struct FloatsAsDoubles {
   Doubles part[2];
 };
@@ -179,9 +174,6 @@ struct Divisor {
 };
 inline Floats Divide(Floats a, const Divisor& b) { return Divide(a, b.value); }
 
-struct Doubles {
-  __m128d v;
-};
 // 64-bit integers, as many as doubles.
 struct Integers {
   __m128i v;
