@@ -3,8 +3,8 @@
 #if !defined(_WIN32)
 
 #include <pthread.h>
-#include <signal.h>
 
+#include <csignal>
 #include <thread>
 
 #include "whole_file.h"
