@@ -169,7 +169,7 @@ struct Finish {
   // of all for NaN and for what lies far below 0; packing makes the latter two 0.
   Floats Value(Floats t) const {
     const Floats y = rounding.Moved(kRange == Range::kIntegerScaledExactly
-                                        ? AddExactProduct(t, scale_lanes, offset_lanes)
+                                        ? MultiplyAdd(t, scale_lanes, offset_lanes)
                                         : Add(Multiply(t, scale_lanes), offset_lanes));
     return kRange == Range::kAny ? Min(Set(kLimit<Sample>), y) : y;
   }
@@ -627,6 +627,66 @@ void WithConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, float
   WithFinish<Sample, Rounding>(term.Scalar(0.0F), term.Scalar(kLimit<Sample>), linear, use);
 }
 
+// s / constant * scale + offset, rounded half up, as one product and one sum.
+//
+// For a scale of 2^k and an offset that is a multiple of 2^-m, m at least 1 and -k, the exact value
+// plus 0.5 is a multiple of g = 2^-m / constant. Where that is a whole number, the quotient has at
+// most 16 digits and every step of the formula is exact; elsewhere it keeps g away from one. So the
+// formula truncates to the right whole number while its steps are off by less than g, and so does
+// any evaluation that aims g / 2 too high and is off by less than that. A test compares all pairs.
+template <class Sample>
+struct WholeQuotient {
+  OfConstant<Sample, DividedByConstant, HalfUp, Range::kAny> formula;
+  Floats factor_lanes;
+  Floats addend_lanes;
+
+  auto Part(Floats biased) const {
+    return Truncate(MultiplyAdd(Shifted(biased, 0), factor_lanes, addend_lanes));
+  }
+  Bytes Vector(Bytes s) const {
+    const BytesAsFloats w = WidenBiased(s);
+    return Narrow(Part(w.part[0]), Part(w.part[1]), Part(w.part[2]), Part(w.part[3]));
+  }
+  Words Vector(Words s) const {
+    const WordsAsFloats w = WidenBiased(s);
+    return Narrow(Part(w.part[0]), Part(w.part[1]));
+  }
+  Sample Scalar(Sample s) const { return formula.Scalar(s); }
+};
+
+// The g above, or 0 where the steps may be off by too much.
+template <class Sample>
+inline double GridOfWholeQuotient(double constant, Linear linear) {
+  if (!ScalesExactly(linear.scale) || !(linear.scale > 0) ||
+      !FitsInteger(0, kLimit<Sample>, linear)) {
+    return 0;
+  }
+  double step = linear.scale < 0.5F ? linear.scale : 0.5;
+  constexpr double kFinest = 1.0 / 256;
+  while (step >= kFinest && std::trunc(linear.offset / step) != linear.offset / step) {
+    step /= 2;
+  }
+  const double grid = step / constant;
+  constexpr double kRoundingError = 0x1p-24;
+  const double largest = kLimit<Sample> / constant * linear.scale;
+  const double error = kRoundingError * (4 * largest + 2 * std::abs(linear.offset) + 3);
+  return step >= kFinest && error < grid / 2 ? grid : 0;
+}
+
+template <class Sample>
+void DivideByConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, float constant,
+                      Linear linear) {
+  const double grid = GridOfWholeQuotient<Sample>(constant, linear);
+  if (grid > 0) {
+    const auto factor = static_cast<float>(linear.scale / static_cast<double>(constant));
+    const auto addend = static_cast<float>(linear.offset + 0.5 + grid / 2);
+    WalkOneInput(WholeQuotient<Sample>{{{constant}, {linear, {}}}, Set(factor), Set(addend)},
+                 extent, dst, src);
+  } else {
+    WithConstant<Sample, DividedByConstant, HalfUp>(src, dst, extent, constant, linear);
+  }
+}
+
 template <class Sample, class Term, class Rounding>
 void WithImage(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst, Extent extent,
                Linear linear) {
@@ -743,7 +803,7 @@ inline constexpr SampleKernels<Sample> kSampleKernels = {
     .with_constant = {WithConstant<Sample, PlusConstant, NearestInBlocks>,
                       WithConstant<Sample, MinusConstant, NearestInBlocks>,
                       WithConstant<Sample, TimesConstant, NearestInBlocks>,
-                      WithConstant<Sample, DividedByConstant, HalfUp>},
+                      DivideByConstant<Sample>},
     .with_image = {WithImage<Sample, Sum, NearestInBlocks>,
                    WithImage<Sample, Difference, NearestInBlocks>,
                    WithImage<Sample, Product, NearestInBlocks>,

@@ -1,6 +1,7 @@
 #include <immintrin.h>
 
 #include <bit>
+#include <cmath>
 #include <cstring>
 #include <type_traits>
 

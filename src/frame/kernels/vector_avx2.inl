@@ -94,10 +94,8 @@ inline Floats Subtract(Floats a, Floats b) { return {_mm256_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm256_mul_ps(a.v, b.v)}; }
 inline Floats Divide(Floats a, Floats b) { return {_mm256_div_ps(a.v, b.v)}; }
 inline Floats SquareRoot(Floats a) { return {_mm256_sqrt_ps(a.v)}; }
-// a * b + c for products that are exact.
-inline Floats AddExactProduct(Floats a, Floats b, Floats c) {
-  return {_mm256_fmadd_ps(a.v, b.v, c.v)};
-}
+// a * b + c, where it does not matter whether the product is rounded.
+inline Floats MultiplyAdd(Floats a, Floats b, Floats c) { return {_mm256_fmadd_ps(a.v, b.v, c.v)}; }
 // (a - b) * factor, given b * factor, for an exact difference and an exact b * factor.
 inline Floats SubtractAndScale(Floats a, Floats, Floats factor, Floats scaled_b) {
   return {_mm256_fmsub_ps(a.v, factor.v, scaled_b.v)};

@@ -86,8 +86,8 @@ inline Floats Subtract(Floats a, Floats b) { return {_mm_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm_mul_ps(a.v, b.v)}; }
 inline Floats Divide(Floats a, Floats b) { return {_mm_div_ps(a.v, b.v)}; }
 inline Floats SquareRoot(Floats a) { return {_mm_sqrt_ps(a.v)}; }
-// a * b + c for products that are exact.
-inline Floats AddExactProduct(Floats a, Floats b, Floats c) { return Add(Multiply(a, b), c); }
+// a * b + c, where it does not matter whether the product is rounded.
+inline Floats MultiplyAdd(Floats a, Floats b, Floats c) { return Add(Multiply(a, b), c); }
 // (a - b) * factor, given b * factor, both differences exact.
 inline Floats SubtractAndScale(Floats a, Floats b, Floats factor, Floats) {
   return Multiply(Subtract(a, b), factor);
