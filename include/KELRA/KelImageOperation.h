@@ -7,10 +7,10 @@
 // OpenCV's depth codes. `src`, `image1`, ... are read only unless a method says otherwise.
 //
 // Results. The result is assigned to the output image's matrix. An output that already has the
-// result's size and type is written in place, in its own memory, and so changes in all images that
-// share it. It gets a new matrix where a region is cut out, where it shares pixels that are still
-// to be read, and where a method says so. The output may be an input or share its pixels; the
-// result is the same as with a separate output.
+// result's size and type may be written in place, in its own memory, and so change in all images
+// that share it; otherwise, and where it shares pixels that are still to be read, it gets a new
+// matrix. The output may be an input or share its pixels; the result is the same as with a separate
+// output.
 //
 // Ownership. Images, arrays and regions belong to the caller, and no call keeps a reference to its
 // arguments. Images share pixels by reference counting: with the matrix of efficiency mode (below),
@@ -21,11 +21,11 @@
 // at whole numbers. Angles are in degrees, counterclockwise as seen on a screen.
 //
 // Regions. A method that takes a region works on the pixels inside it; all others keep the input's
-// values. KEL_ROI_WHOLE_IMAGE works on the image itself. A run-length region works on the whole
-// image, too, and brings the input back outside a mask of the region. Other shapes cut their
-// bounding box out, with 0 outside the shape, work on this part and put it back. So cutting out
-// precedes the checks that belong to the work, and making the mask or putting the part back follows
-// them; "the region library's code" is what any of these three fails with (KelROIDataConvert.h).
+// values. KEL_ROI_WHOLE_IMAGE works on the image itself. A run-length region works on whole rows
+// and brings the input back outside a mask of the region. Other shapes cut their bounding box out,
+// with 0 outside the shape, work on this part and put it back. So cutting out precedes the checks
+// that belong to the work, and making the mask or putting the part back follows them; "the region
+// library's code" is what any of these three fails with (KelROIDataConvert.h).
 //
 // Numbers. "saturate" ends each formula: the value is clamped to the sample range before it becomes
 // an integer, below it 0, above it 255 or 65535, NaN 0, +infinity the largest value and -infinity
@@ -433,7 +433,7 @@ class KELIMAGEOPERATION_API KelImageOperation {
   // the region library's code, also for kinds without an area; the contour library's code
   // (KelRLC.h); ERR_FILL_NO_CONTOUR (no object), ERR_COUNT_LIMIT (more than 10000 outlines of
   // objects and holes); the region library's code when the part cannot be put back. All leave `dst`
-  // as it was; otherwise it gets a new matrix.
+  // as it was.
   KelLong ImageFill(KelImage& src, KelROI& roi, bool holesOnly, KelImage* dst);
 
   // The same for a run-length region, on an image of its grid. `dst` receives the region that the
