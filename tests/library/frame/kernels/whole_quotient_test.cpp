@@ -66,8 +66,8 @@ std::vector<Sample> Quotients(const SampleKernels<Sample>& kernels,
 // The steps are put together for all but the last four, for which some constant or every one
 // leaves too little room.
 constexpr Linear kLinears[] = {
-    {1, 0},       {1, -3},     {2, 3},     {0.5F, 0.25F},     {0.25F, 7.5F},    {16, -100},
-    {0.125F, 12}, {1, 0.125F}, {2, 8191},  {1, 1.0F / 256},   {1, 1.0F / 512},  {32, 0.5F},
+    {1, 0},       {1, -3},     {2, 3},     {0.5F, 0.25F},    {0.25F, 7.5F},   {16, -100},
+    {0.125F, 12}, {1, 0.125F}, {2, 8191},  {1, 1.0F / 256},  {1, 1.0F / 512}, {32, 0.5F},
     {1, 65535},   {1.1F, 3},   {-1, 1000}, {1.0F / 1024, 0},
 };
 
