@@ -179,9 +179,10 @@ class KELIMAGEOPERATION_API KelImageOperation {
   // image2 is rounded to single precision first.
   //
   // All else as for Add, but when turned: the result is saturate(image1 * image2 * scale), by
-  // cv::multiply unless `scale` is 1. At 8 bits `offset` is then added where the turned image has a
-  // share in the pixel, and the sum truncated. At 16 bits `offset` has no effect, and around the
-  // turned image, in its bounding box, the first image is scaled, too.
+  // cv::multiply unless `scale` is 1, which gives 0 beyond a 32-bit integer. At 8 bits `offset` is
+  // then added where the turned image has a share in the pixel, and the sum truncated. At 16 bits
+  // `offset` has no effect, and around the turned image, in its bounding box, the first image is
+  // scaled, too.
   KelLong Multiply(KelImage& image1, KelImage& image2, KelImage* result, KelPoint& position,
                    double angle, float scale, float offset);
 

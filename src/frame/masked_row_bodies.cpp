@@ -10,13 +10,24 @@
 namespace KELRA::tbbup {
 namespace {
 
+// The first byte that is not 0, looked for eight bytes at a time.
+const std::uint8_t* FirstSet(const std::uint8_t* p, const std::uint8_t* end) {
+  for (std::uint64_t eight; end - p >= 8; p += 8) {
+    std::memcpy(&eight, p, 8);
+    if (eight != 0) {
+      break;
+    }
+  }
+  return std::find_if(p, end, [](std::uint8_t m) { return m != 0; });
+}
+
 // Calls `inside` and `outside` with the first column and the length of every run of columns whose
 // mask is set, or not. The mask is a turned rectangle's: a row has few runs.
 template <class Inside, class Outside>
 void ForEachRun(const std::uint8_t* mask, int columns, Inside inside, Outside outside) {
   const std::uint8_t* const end = mask + std::max(columns, 0);
   for (const std::uint8_t* run = mask; run != end;) {
-    const auto* set = std::find_if(run, end, [](std::uint8_t m) { return m != 0; });
+    const std::uint8_t* set = FirstSet(run, end);
     outside(run - mask, set - run);
     const void* unset = std::memchr(set, 0, static_cast<std::size_t>(end - set));
     run = unset != nullptr ? static_cast<const std::uint8_t*>(unset) : end;
