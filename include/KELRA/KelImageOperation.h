@@ -286,7 +286,8 @@ class KELIMAGEOPERATION_API KelImageOperation {
   //
   // Statuses in order: ERR_COUNT_LIMIT (no image); of the first image ERR_IMAGE_EMPTY,
   // ERR_BIT_DEPTH, ERR_CHANNEL_COUNT; then image by image, compared with the first,
-  // ERR_DEPTH_MISMATCH, ERR_WIDTH_MISMATCH, ERR_HEIGHT_MISMATCH, ERR_CHANNEL_MISMATCH.
+  // ERR_DEPTH_MISMATCH, ERR_WIDTH_MISMATCH, ERR_HEIGHT_MISMATCH, ERR_CHANNEL_MISMATCH,
+  // ERR_IMAGE_EMPTY.
   //
   // Efficiency mode: the result is the object's matrix, whose previous pixels, if they are of the
   // images' size and type and not those of an input, take part in the maximum. If they are of the
@@ -308,8 +309,9 @@ class KELIMAGEOPERATION_API KelImageOperation {
   //
   // Statuses in order: ERR_COUNT_LIMIT (no image), ERR_IMAGE_EMPTY of the first image, ERR_PARAM_2
   // (mode), ERR_BIT_DEPTH and ERR_CHANNEL_COUNT of the first image; then image by image, compared
-  // with the first, ERR_AVG_SIZE_MISMATCH, ERR_AVG_DEPTH_MISMATCH, ERR_AVG_CHANNEL_MISMATCH; then
-  // ERR_COUNT_LIMIT if there are fewer than 2 (modes 1 and 2) or 3 images (mode 3).
+  // with the first, ERR_AVG_SIZE_MISMATCH, ERR_IMAGE_EMPTY, ERR_AVG_DEPTH_MISMATCH,
+  // ERR_AVG_CHANNEL_MISMATCH; then ERR_COUNT_LIMIT if there are fewer than 2 (modes 1 and 2) or 3
+  // images (mode 3).
   //
   // Efficiency mode: the sum is formed in the object's matrix, converted to single precision. If it
   // is of the images' size and channels, the sum starts from its previous values; it ends as the

@@ -23,7 +23,8 @@ Status CheckFirst(const KelImageArray& images) {
 Status CheckAlike(const KelImage& image, const KelImage& first) {
   KELRA_RETURN_IF_ERROR(CheckSameDepth(image, first));
   KELRA_RETURN_IF_ERROR(CheckSameSize(image, first));
-  return CheckSameChannels(image, first);
+  KELRA_RETURN_IF_ERROR(CheckSameChannels(image, first));
+  return CheckNotEmpty(image);
 }
 
 // The average has codes of its own for it.
@@ -31,6 +32,7 @@ Status CheckAlikeForAverage(const KelImage& image, const KelImage& first) {
   if (!CheckSameSize(image, first).ok()) {
     return ERR_AVG_SIZE_MISMATCH;
   }
+  KELRA_RETURN_IF_ERROR(CheckNotEmpty(image));
   if (!CheckSameDepth(image, first).ok()) {
     return ERR_AVG_DEPTH_MISMATCH;
   }
@@ -56,8 +58,10 @@ class Matrices {
     const cv::Mat& first = *matrices_[0];
     for (std::size_t i = 1; i < matrices_.size(); ++i) {
       const cv::Mat& mat = *matrices_[i];
-      if (mat.cols != first.cols || mat.rows != first.rows || mat.type() != first.type()) {
-        return check(images[static_cast<int>(i)], images[0]);
+      const bool alike = mat.cols == first.cols && mat.rows == first.rows &&
+                         mat.type() == first.type() && mat.data != nullptr;
+      if (!alike) {
+        KELRA_RETURN_IF_ERROR(check(images[static_cast<int>(i)], images[0]));
       }
     }
     return STATUS_OK;

@@ -180,13 +180,15 @@ void MeanOfImages(ImageRows<Sample> src, Sample* dst, std::ptrdiff_t samples, fl
   Reduce(MeanOf<Sample, kTrim>{Set(factor), {}, {}, {}}, src, dst, samples, streaming);
 }
 
-// Any number of images onto sums in memory.
-template <class Sample, Trim kTrim>
-inline Floats AddedTo(Floats sum, ImageRows<Sample> src, auto load) {
+// Any number of images onto the sums of `count` samples from `at` on, at most what a vector holds.
+template <Trim kTrim, bool kPartial, class Sample>
+inline void AddTo(float* sums, ImageRows<Sample> src, std::ptrdiff_t at, std::ptrdiff_t count) {
   Floats smallest = Set(kLimit<Sample>);
   Floats largest = Set(0.0F);
+  Floats sum = kPartial ? LoadPartial(sums + at, count) : Load(sums + at);
   for (std::ptrdiff_t image = 0; image < src.count; ++image) {
-    const Floats s = load(AsFloats<Sample>{src.first[image]});
+    const AsFloats<Sample> p{src.first[image] + at};
+    const Floats s = kPartial ? LoadPartial(p, count) : Load(p);
     sum = Add(sum, s);
     smallest = Min(smallest, s);
     largest = Max(largest, s);
@@ -197,7 +199,11 @@ inline Floats AddedTo(Floats sum, ImageRows<Sample> src, auto load) {
   if constexpr ((kTrim & kTrimSmallest) != 0) {
     sum = Subtract(sum, smallest);
   }
-  return sum;
+  if constexpr (kPartial) {
+    StorePartial(sums + at, sum, count);
+  } else {
+    Store(sums + at, sum);
+  }
 }
 
 template <class Sample, Trim kTrim>
@@ -205,11 +211,9 @@ void AddImages(ImageRows<Sample> src, float* sums, std::ptrdiff_t samples) {
   constexpr std::ptrdiff_t kStep = kLanes<float>;
   std::ptrdiff_t at = 0;
   for (; at + kStep <= samples; at += kStep) {
-    const auto load = [at](AsFloats<Sample> p) { return Load(p + at); };
-    Store(sums + at, AddedTo<Sample, kTrim>(Load(sums + at), src, load));
+    AddTo<kTrim, false>(sums, src, at, kStep);
   }
-  if (const std::ptrdiff_t rest = samples - at; rest > 0) {
-    const auto load = [at, rest](AsFloats<Sample> p) { return LoadPartial(p + at, rest); };
-    StorePartial(sums + at, AddedTo<Sample, kTrim>(LoadPartial(sums + at, rest), src, load), rest);
+  if (at < samples) {
+    AddTo<kTrim, true>(sums, src, at, samples - at);
   }
 }

@@ -85,7 +85,6 @@ inline Floats Add(Floats a, Floats b) { return {_mm_add_ps(a.v, b.v)}; }
 inline Floats Subtract(Floats a, Floats b) { return {_mm_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm_mul_ps(a.v, b.v)}; }
 inline Floats Divide(Floats a, Floats b) { return {_mm_div_ps(a.v, b.v)}; }
-inline Floats SquareRoot(Floats a) { return {_mm_sqrt_ps(a.v)}; }
 // a * b + c, where it does not matter whether the product is rounded.
 inline Floats MultiplyAdd(Floats a, Floats b, Floats c) { return Add(Multiply(a, b), c); }
 // (a - b) * factor, given b * factor, both differences exact.
@@ -97,6 +96,8 @@ inline Floats SubtractExactly(Floats a, Floats b) { return Subtract(a, b); }
 // The second operand where either is NaN.
 inline Floats Min(Floats a, Floats b) { return {_mm_min_ps(a.v, b.v)}; }
 inline Floats Max(Floats a, Floats b) { return {_mm_max_ps(a.v, b.v)}; }
+// 1 / the square root, off by at most 1.5 x 2^-12 of it.
+inline Floats NearReciprocalRoot(Floats a) { return {_mm_rsqrt_ps(a.v)}; }
 inline Floats ZeroWhereZero(Floats a, Floats b) {
   return {_mm_andnot_ps(_mm_cmpeq_ps(b.v, _mm_setzero_ps()), a.v)};
 }

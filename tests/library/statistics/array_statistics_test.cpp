@@ -295,6 +295,8 @@ std::vector<Refusal> Refusals() {
   const cv::Mat wide(4, 6, CV_8UC1, cv::Scalar(1));
   const cv::Mat high(5, 5, CV_8UC1, cv::Scalar(1));
   const cv::Mat empty(0, 5, CV_32FC1);
+  cv::Mat without_memory(4, 5, CV_8UC1);
+  without_memory.data = nullptr;
   return {
       {"none, mode", {}, 4, ERR_COUNT_LIMIT, ERR_COUNT_LIMIT},
       {"empty, mode", {empty}, 4, ERR_IMAGE_EMPTY, ERR_IMAGE_EMPTY},
@@ -329,6 +331,7 @@ std::vector<Refusal> Refusals() {
        ERR_HEIGHT_MISMATCH,
        ERR_AVG_SIZE_MISMATCH},
       {"a later one is empty", {good, cv::Mat()}, 0, ERR_WIDTH_MISMATCH, ERR_AVG_SIZE_MISMATCH},
+      {"a later one has no memory", {good, without_memory}, 0, ERR_IMAGE_EMPTY, ERR_IMAGE_EMPTY},
       {"size, too few", {good, wide}, 3, ERR_WIDTH_MISMATCH, ERR_AVG_SIZE_MISMATCH},
       {"too few for mode 1", {good}, 1, STATUS_OK, ERR_COUNT_LIMIT},
       {"too few for mode 2", {good}, 2, STATUS_OK, ERR_COUNT_LIMIT},
