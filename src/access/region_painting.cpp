@@ -31,9 +31,9 @@ void AssignDeepCopy(const KelImage& src, KelImage* dst) {
   }
 }
 
-// Every range of the loop walks all runs, so splitting the loop would share out none of the work
-// and repeat all of it: to the engine there is nothing to gain, and it runs one range on the
-// calling thread.
+// Every range of the loop walks all runs, so splitting the loop would share out none of the work,
+// repeat all of it, and have threads write the same samples at once: to the engine there is nothing
+// to gain, and it runs one range on the calling thread.
 constexpr std::size_t kBytesSharedOut = 0;
 
 template <class Body>

@@ -1,11 +1,13 @@
 #include "access/region_value_bodies.h"
 
 #include <algorithm>
-#include <atomic>
+#include <array>
 #include <cstddef>
 
 namespace KELRA::tbbup {
 namespace {
+
+constexpr std::ptrdiff_t kPitch = 3;
 
 // The part of a run that lies in the image.
 struct Piece {
@@ -25,11 +27,39 @@ void ForEachPieceInside(std::span<const KelRun> runs, int rows, int columns, Vis
   }
 }
 
+// As many samples as are both whole pixels and whole vectors.
+constexpr std::ptrdiff_t kBlock = 16 * kPitch;
+
+// The bits that a block keeps when the first sample of each pixel is set.
+template <class Sample>
+constexpr std::array<Sample, kBlock> kKept = [] {
+  std::array<Sample, kBlock> kept{};
+  for (std::size_t i = 0; i < kBlock; ++i) {
+    kept[i] = static_cast<Sample>(i % kPitch == 0 ? 0 : ~0);
+  }
+  return kept;
+}();
+
+// Sets one sample of each pixel among `count` samples, the first and every third from it. Those
+// between are written as they are: a block at a time is several times as fast as a sample.
+template <class Sample>
+void FillChannel(Sample* samples, std::ptrdiff_t count, Sample value) {
+  for (; count >= kBlock; samples += kBlock, count -= kBlock) {
+    for (std::size_t i = 0; i < kBlock; ++i) {
+      const Sample kept = kKept<Sample>[i];
+      samples[i] = static_cast<Sample>((samples[i] & kept) | (value & ~kept));
+    }
+  }
+  for (std::ptrdiff_t i = 0; i < count; i += kPitch) {
+    samples[i] = value;
+  }
+}
+
 }  // namespace
 
 template <class Sample>
 RegionValue<Sample>::RegionValue(const cv::Mat& output, int value, std::span<const KelRun> runs)
-    : samples_(reinterpret_cast<Sample*>(output.data), std::ptrdiff_t{output.rows} * output.cols),
+    : first_(reinterpret_cast<Sample*>(output.data)),
       rows_(output.rows),
       columns_(output.cols),
       value_(static_cast<Sample>(value)),
@@ -38,8 +68,7 @@ RegionValue<Sample>::RegionValue(const cv::Mat& output, int value, std::span<con
 template <class Sample>
 void RegionValue<Sample>::operator()(const RowRange&) const {
   ForEachPieceInside(runs_, rows_, columns_, [&](const Piece& piece) {
-    const std::ptrdiff_t row = piece.row * columns_;
-    samples_.Fill(row + piece.begin, row + piece.end, value_);
+    std::fill_n(first_ + piece.row * columns_ + piece.begin, piece.end - piece.begin, value_);
   });
 }
 
@@ -56,7 +85,6 @@ RegionColorValue<Sample>::RegionColorValue(const cv::Mat& output, int channel, i
 
 template <class Sample>
 void RegionColorValue<Sample>::operator()(const RowRange&) const {
-  constexpr std::ptrdiff_t kPitch = 3;
   const std::ptrdiff_t row_samples = std::ptrdiff_t{columns_} * channels_;
   const std::ptrdiff_t samples = row_samples * rows_;
   ForEachPieceInside(runs_, rows_, columns_, [&](const Piece& piece) {
@@ -66,9 +94,7 @@ void RegionColorValue<Sample>::operator()(const RowRange&) const {
     while (sample < 0) {
       sample += kPitch;
     }
-    for (; sample < end; sample += kPitch) {
-      std::atomic_ref(first_[sample]).store(value_, std::memory_order_relaxed);
-    }
+    FillChannel(first_ + sample, end - sample, value_);
   });
 }
 

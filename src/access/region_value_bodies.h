@@ -1,9 +1,9 @@
 // The bodies of SetRegionValue: each sets the pixels of a region's runs in an output.
 //
 // A body takes a range of runs and does not look at it: it walks all runs of its region, from the
-// first to the last, whichever range it is given. Bodies on several ranges may run at once; they
-// store the same value in the same samples, atomically. Runs outside the output are skipped, and
-// those that reach beyond it are cut.
+// first to the last, whichever range it is given. Two ranges therefore must not run at once; one
+// that holds all runs paints them once. Runs outside the output are skipped, and those that reach
+// beyond it are cut.
 //
 // The output's rows are taken to follow each other without a gap.
 #pragma once
@@ -13,7 +13,6 @@
 #include <span>
 
 #include "KELRA/KelData.h"
-#include "access/shared_samples.h"
 #include "frame/row_engine.h"
 
 namespace KELRA::tbbup {
@@ -26,7 +25,7 @@ class RegionValue {
   void operator()(const RowRange&) const;
 
  private:
-  SharedSamples<Sample> samples_;
+  Sample* first_;
   int rows_;
   int columns_;
   Sample value_;
