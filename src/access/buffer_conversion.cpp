@@ -4,6 +4,7 @@
 #include "frame/call_log.h"
 #include "frame/checks.h"
 #include "frame/result_matrix.h"
+#include "frame/row_views.h"
 
 namespace KELRA {
 namespace {
@@ -31,6 +32,28 @@ Status CheckBuffer(const void* buffer, int height, int width, KelImageType type,
   return stride >= 0 ? STATUS_OK : ERR_PARAM_6;
 }
 
+template <class From, class To>
+void ConvertRows(const cv::Mat& input, cv::Mat& result,
+                 void (*kernel)(kernels::Rows<const From>, kernels::Rows<To>, kernels::Extent)) {
+  const std::size_t bytes = tbbup::PixelBytes(input) + tbbup::PixelBytes(result);
+  ForEachRowRange(input.rows, bytes, [&](const RowRange& rows) {
+    kernel(tbbup::RowsOf<const From>(input, rows), tbbup::RowsOf<To>(result, rows),
+           tbbup::Optimized(tbbup::BlocksOnly(input, rows), result, input));
+  });
+}
+
+// OpenCV's conversion, for the usual pairs of depths by the row kernels.
+void ConvertDepth(const cv::Mat& input, cv::Mat& result) {
+  const kernels::DepthConversions& conversions = kernels::ActiveRowKernels().depth;
+  if (input.depth() == CV_8U && result.depth() == CV_16U) {
+    ConvertRows(input, result, conversions.to_words);
+  } else if (input.depth() == CV_16U && result.depth() == CV_8U) {
+    ConvertRows(input, result, conversions.to_bytes);
+  } else {
+    input.convertTo(result, result.depth());
+  }
+}
+
 }  // namespace
 
 KelLong KelImageOperation::ImageConvert(void* buffer, KelImage* dst, int height, int width,
@@ -56,12 +79,8 @@ KelLong KelImageOperation::ImageDepthConvert(KelImage& src, KelImage* dst, KelIm
   }
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
 
-  cv::Mat fresh;
-  cv::Mat& result =
-      ResultMatrix(dst, src.Mat().size(), CV_MAKETYPE(type, src.Mat().channels()), &fresh);
-  cv::Mat copy;
-  InputToReadWhileWriting(result, src.Mat(), &copy).convertTo(result, type);
-  AssignResult(result, dst);
+  const cv::Mat& input = src.Mat();
+  ComputePixelwise(input, CV_MAKETYPE(type, input.channels()), dst, ConvertDepth);
   log.Exit();
   return STATUS_OK;
 }

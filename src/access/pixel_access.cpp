@@ -6,6 +6,7 @@
 #include "KELRA/KelImageOperation.h"
 #include "frame/call_log.h"
 #include "frame/checks.h"
+#include "frame/pixel_copy.h"
 #include "frame/result_matrix.h"
 
 namespace KELRA {
@@ -13,14 +14,14 @@ namespace {
 
 // Row, column and channel are the first three checked parameters of both methods. Rows and columns
 // count from 0, channels from 1.
-Status CheckPosition(const KelImage& image, int row, int column, int channel) {
-  if (row < 0 || row >= image.Height()) {
+Status CheckPosition(const cv::Mat& mat, int row, int column, int channel) {
+  if (row < 0 || row >= mat.rows) {
     return ERR_PARAM_1;
   }
-  if (column < 0 || column >= image.Width()) {
+  if (column < 0 || column >= mat.cols) {
     return ERR_PARAM_2;
   }
-  return channel >= 1 && channel <= image.Channels() ? STATUS_OK : ERR_PARAM_3;
+  return channel >= 1 && channel <= mat.channels() ? STATUS_OK : ERR_PARAM_3;
 }
 
 // Images of other channel counts are neither read nor written.
@@ -37,19 +38,31 @@ std::ptrdiff_t SampleInRow(int column, int pitch, int channel) {
   return std::ptrdiff_t{column} * pitch + (channel - 1);
 }
 
+void SetSample(cv::Mat* mat, int row, int column, int channel, double value) {
+  const std::ptrdiff_t sample = SampleInRow(column, mat->channels(), channel);
+  if (!IsAccessible(*mat)) {
+    return;
+  }
+  if (mat->depth() == CV_8U) {
+    mat->ptr<std::uint8_t>(row)[sample] = static_cast<std::uint8_t>(value);
+  } else {
+    mat->ptr<std::uint16_t>(row)[sample] = static_cast<std::uint16_t>(value);
+  }
+}
+
 }  // namespace
 
 KelLong KelImageOperation::GetPixelValue(KelImage& src, int row, int column, int channel,
                                          double* value) {
   CallLog log(log_lines::kGetPixelValue);
-  KELRA_RETURN_IF_ERROR(CheckNotEmpty(src));
-  KELRA_RETURN_IF_ERROR(CheckPosition(src, row, column, channel));
+  const cv::Mat& mat = src.Mat();
+  KELRA_RETURN_IF_ERROR(CheckNotEmpty(mat));
+  KELRA_RETURN_IF_ERROR(CheckPosition(mat, row, column, channel));
   if (value == nullptr) {
     return ERR_PARAM_4;
   }
-  KELRA_RETURN_IF_ERROR(CheckBitDepth(src));
+  KELRA_RETURN_IF_ERROR(CheckBitDepth(mat));
   try {
-    const cv::Mat& mat = src.Mat();
     if (IsAccessible(mat) && mat.depth() == CV_8U) {
       *value = mat.ptr<std::uint8_t>(row)[SampleInRow(column, mat.channels(), channel)];
     } else if (IsAccessible(mat)) {
@@ -65,27 +78,19 @@ KelLong KelImageOperation::GetPixelValue(KelImage& src, int row, int column, int
 KelLong KelImageOperation::SetPixelValue(KelImage& src, KelImage* dst, int row, int column,
                                          int channel, double value) {
   CallLog log(log_lines::kSetPixelValue);
-  KELRA_RETURN_IF_ERROR(CheckNotEmpty(src));
-  KELRA_RETURN_IF_ERROR(CheckBitDepth(src));
-  KELRA_RETURN_IF_ERROR(CheckPosition(src, row, column, channel));
-  if (!(value >= 0.0 && value <= LargestSample(src.BitDepth()))) {  // NaN neither
+  const cv::Mat& mat = src.Mat();
+  KELRA_RETURN_IF_ERROR(CheckNotEmpty(mat));
+  KELRA_RETURN_IF_ERROR(CheckBitDepth(mat));
+  KELRA_RETURN_IF_ERROR(CheckPosition(mat, row, column, channel));
+  if (!(value >= 0.0 && value <= LargestSample(mat.depth()))) {  // NaN neither
     return ERR_PARAM_4;
   }
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
   try {
-    cv::Mat fresh;
-    cv::Mat& result = ResultMatrix(dst, src.Mat().size(), src.Mat().type(), &fresh);
-    cv::Mat copy;
-    InputToReadWhileWriting(result, src.Mat(), &copy).copyTo(result);
-    if (IsAccessible(result)) {
-      const std::ptrdiff_t sample = SampleInRow(column, result.channels(), channel);
-      if (result.depth() == CV_8U) {
-        result.ptr<std::uint8_t>(row)[sample] = static_cast<std::uint8_t>(value);
-      } else {
-        result.ptr<std::uint16_t>(row)[sample] = static_cast<std::uint16_t>(value);
-      }
-    }
-    AssignResult(result, dst);
+    ComputePixelwise(mat, dst, [&](const cv::Mat& input, cv::Mat& result) {
+      CopyPixels(input, result);
+      SetSample(&result, row, column, channel, value);
+    });
     log.Exit();
     return STATUS_OK;
   } catch (...) {

@@ -11,6 +11,7 @@
 #include "access/region_value_bodies.h"
 #include "frame/call_log.h"
 #include "frame/checks.h"
+#include "frame/pixel_copy.h"
 
 namespace KELRA {
 namespace {
@@ -25,7 +26,7 @@ bool IsOwnOf(const cv::Mat& mat, cv::Size size, int type) {
 
 void AssignDeepCopy(const KelImage& src, KelImage* dst) {
   if (IsOwnOf(dst->Mat(), src.Mat().size(), src.Mat().type())) {
-    src.Mat().copyTo(dst->Mat());
+    CopyPixels(src.Mat(), dst->Mat());
   } else {
     *dst = src.DeepCopy();
   }

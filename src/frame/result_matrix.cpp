@@ -71,16 +71,15 @@ const cv::Mat& InputToReadWhileWriting(const cv::Mat& result, const cv::Mat& inp
   return *copy;
 }
 
-void ComputePixelwise(const cv::Mat& input, KelImage* output,
-                      FunctionRef<void(const cv::Mat& input, cv::Mat& result)> work) {
+void ComputePixelwise(const cv::Mat& input, int type, KelImage* output, PixelwiseWork work) {
   cv::Mat& own = output->Mat();
   // The common case makes no matrix: on a small image that would take as long as its pixels.
-  if (Holds(own, input.size(), input.type()) && CanBeReadWhileWriting(own, input)) {
+  if (Holds(own, input.size(), type) && CanBeReadWhileWriting(own, input)) {
     work(input, own);
     return;
   }
   cv::Mat fresh;
-  cv::Mat& result = ResultMatrix(output, input.size(), input.type(), &fresh);
+  cv::Mat& result = ResultMatrix(output, input.size(), type, &fresh);
   cv::Mat copy;
   work(InputToReadWhileWriting(result, input, &copy), result);
   AssignResult(result, output);

@@ -23,10 +23,15 @@ bool SharesPixels(const cv::Mat& a, const cv::Mat& b);
 const cv::Mat& InputToReadWhileWriting(const cv::Mat& result, const cv::Mat& input, cv::Mat* copy);
 
 // Calls `work(input, result)`, which computes each pixel of the result from the same pixel of the
-// input, and makes the result, of the input's size and type, the output's matrix. The output may be
-// the input or share its pixels.
-void ComputePixelwise(const cv::Mat& input, KelImage* output,
-                      FunctionRef<void(const cv::Mat& input, cv::Mat& result)> work);
+// input, and makes the result, of the input's size and the given type, the output's matrix. The
+// output may be the input or share its pixels.
+using PixelwiseWork = FunctionRef<void(const cv::Mat& input, cv::Mat& result)>;
+void ComputePixelwise(const cv::Mat& input, int type, KelImage* output, PixelwiseWork work);
+
+// The same for a result of the input's type.
+inline void ComputePixelwise(const cv::Mat& input, KelImage* output, PixelwiseWork work) {
+  ComputePixelwise(input, input.type(), output, work);
+}
 
 // As ResultMatrix, but a new matrix also when the output shares pixels with `input`: for operations
 // that read other pixels of the input than the one they write.

@@ -8,6 +8,7 @@
 #include "KELRA/KelImageOperation.h"
 #include "frame/call_log.h"
 #include "frame/checks.h"
+#include "frame/pixel_copy.h"
 #include "frame/result_matrix.h"
 #include "twoimage/turned_image.h"
 
@@ -77,8 +78,12 @@ cv::Mat& Grown(const cv::Mat& canvas, const Growth& growth, const cv::Mat& image
   }
   cv::Mat& result =
       image_in_output ? *fresh : ResultMatrixApart(canvas, output, size, canvas.type(), fresh);
-  cv::copyMakeBorder(canvas, result, top, bottom, left, right,
-                     cv::BORDER_CONSTANT | cv::BORDER_ISOLATED);
+  if (IsNone(growth)) {
+    CopyPixels(canvas, result);
+  } else {
+    cv::copyMakeBorder(canvas, result, top, bottom, left, right,
+                       cv::BORDER_CONSTANT | cv::BORDER_ISOLATED);
+  }
   return result;
 }
 

@@ -172,10 +172,18 @@ struct SampleKernels {
   Bilinear bilinear_of_three_channels;
 };
 
+struct DepthConversions {
+  // dst = src
+  void (*to_words)(Rows<const std::uint8_t> src, Rows<std::uint16_t> dst, Extent extent);
+  // dst = saturate(src)
+  void (*to_bytes)(Rows<const std::uint16_t> src, Rows<std::uint8_t> dst, Extent extent);
+};
+
 struct RowKernels {
   const char* instruction_set;
   SampleKernels<std::uint8_t> u8;
   SampleKernels<std::uint16_t> u16;
+  DepthConversions depth;
 
   template <class Sample>
   const SampleKernels<Sample>& For() const {

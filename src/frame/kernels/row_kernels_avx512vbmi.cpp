@@ -20,8 +20,10 @@ namespace KELRA::kernels::avx512vbmi {
 
 #include "frame/kernels/row_kernels.inl"
 
+#include "frame/kernels/depth_conversion.inl"
+
 const RowKernels kRowKernels = {"AVX-512 VBMI", kSampleKernels<std::uint8_t>,
-                                kSampleKernels<std::uint16_t>};
+                                kSampleKernels<std::uint16_t>, kDepthConversions};
 
 }  // namespace KELRA::kernels::avx512vbmi
 KELRA_END_TARGET

@@ -17,8 +17,10 @@ namespace KELRA::kernels::sse41 {
 
 #include "frame/kernels/row_kernels.inl"
 
+#include "frame/kernels/depth_conversion.inl"
+
 const RowKernels kRowKernels = {"SSE4.1", kSampleKernels<std::uint8_t>,
-                                kSampleKernels<std::uint16_t>};
+                                kSampleKernels<std::uint16_t>, kDepthConversions};
 
 }  // namespace KELRA::kernels::sse41
 KELRA_END_TARGET

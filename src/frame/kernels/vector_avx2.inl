@@ -180,6 +180,16 @@ inline Floats LoadWidened(const std::uint16_t* p) {
       _mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))))};
 }
 
+inline Words LoadWidenedToWords(const std::uint8_t* p) {
+  return {_mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)))};
+}
+// Saturated, in the order of the words.
+inline Bytes NarrowInOrder(Words a, Words b) {
+  const Words limit{_mm256_set1_epi16(255)};
+  const __m256i packed = _mm256_packus_epi16(Smaller(a, limit).v, Smaller(b, limit).v);
+  return {_mm256_permute4x64_epi64(packed, 0xD8)};
+}
+
 // Divides whole numbers below 2^16 by each other, to the bit as a division does and several times
 // as fast: the product with the reciprocal's two halves. It is off by 2^-47 at most, relatively,
 // while such a quotient keeps 2^-41 away from where rounding changes; a test compares all pairs.

@@ -197,6 +197,15 @@ inline Floats LoadWidened(const std::uint16_t* p) {
       _mm512_cvtepu16_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))))};
 }
 
+inline Words LoadWidenedToWords(const std::uint8_t* p) {
+  return {_mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)))};
+}
+// Saturated, in the order of the words.
+inline Bytes NarrowInOrder(Words a, Words b) {
+  const __m512i low = _mm512_castsi256_si512(_mm512_cvtusepi16_epi8(a.v));
+  return {_mm512_inserti64x4(low, _mm512_cvtusepi16_epi8(b.v), 1)};
+}
+
 // Divides whole numbers below 2^16 by each other, to the bit as a division does and several times
 // as fast: the product with the reciprocal's two halves. It is off by 2^-47 at most, relatively,
 // while such a quotient keeps 2^-41 away from where rounding changes; a test compares all pairs.

@@ -168,6 +168,15 @@ inline Floats LoadWidened(const std::uint16_t* p) {
       _mm_cvtepi32_ps(_mm_cvtepu16_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))))};
 }
 
+inline Words LoadWidenedToWords(const std::uint8_t* p) {
+  return {_mm_cvtepu8_epi16(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)))};
+}
+// Saturated, in the order of the words.
+inline Bytes NarrowInOrder(Words a, Words b) {
+  const Words limit{_mm_set1_epi16(255)};
+  return {_mm_packus_epi16(Smaller(a, limit).v, Smaller(b, limit).v)};
+}
+
 struct Divisor {
   Floats value;
 
