@@ -80,7 +80,8 @@ KelLong KelImageOperation::ImageDepthConvert(KelImage& src, KelImage* dst, KelIm
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
 
   const cv::Mat& input = src.Mat();
-  ComputePixelwise(input, CV_MAKETYPE(type, input.channels()), dst, ConvertDepth);
+  ComputePixelwise(input, CV_MAKETYPE(type, input.channels()), dst,
+                   [](const cv::Mat& from, cv::Mat& to) { ConvertDepth(from, to); });
   log.Exit();
   return STATUS_OK;
 }

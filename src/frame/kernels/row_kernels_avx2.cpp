@@ -19,8 +19,8 @@ namespace KELRA::kernels::avx2 {
 
 #include "frame/kernels/depth_conversion.inl"
 
-const RowKernels kRowKernels = {"AVX2", kSampleKernels<std::uint8_t>,
-                                kSampleKernels<std::uint16_t>, kDepthConversions};
+const RowKernels kRowKernels = {"AVX2", kSampleKernels<std::uint8_t>, kSampleKernels<std::uint16_t>,
+                                kDepthConversions};
 
 }  // namespace KELRA::kernels::avx2
 KELRA_END_TARGET

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "KELRA/KelImageOperation.h"
+#include "every_instruction_set.h"
 #include "recorded_log.h"
 #include "test_images.h"
 
@@ -213,6 +214,61 @@ TEST(ImageDepthConvert, RoundsAndSaturatesBetweenAllTypes) {
       }
     }
   }
+}
+
+class DepthConversion : public EveryInstructionSet {};
+KELRA_INSTANTIATE_FOR_EVERY_INSTRUCTION_SET(DepthConversion);
+
+// Samples of 16 bits whose value a byte holds about as often as not.
+cv::Mat WordsAroundBytes(int rows, int columns) {
+  cv::Mat words = RandomImage(rows, columns, CV_16UC1);
+  cv::Mat upper_half = RandomImage(rows, columns, CV_8UC1, 2) >= 128;
+  cv::Mat bytes = words & cv::Scalar(0x1FF);
+  bytes.copyTo(words, upper_half);
+  return words;
+}
+
+TEST_P(DepthConversion, KeepsOrSaturatesEverySampleAtEveryWidth) {
+  for (int columns = 1; columns <= 140; ++columns) {
+    for (const int gap : {0, 6}) {
+      GuardedImage words(WordsAroundBytes(3, columns), gap, 4);
+      GuardedImage bytes(RandomImage(3, columns, CV_8UC1), gap, 3);
+      cv::Mat expected_bytes;
+      cv::Mat expected_words;
+      words.Mat().convertTo(expected_bytes, CV_8U);
+      bytes.Mat().convertTo(expected_words, CV_16U);
+      GuardedImage narrowed(cv::Mat::zeros(3, columns, CV_8UC1), gap, 5);
+      GuardedImage widened(cv::Mat::zeros(3, columns, CV_16UC1), gap, 6);
+      KelImageOperation op;
+      KelImage src(words.Mat());
+      KelImage dst(narrowed.Mat());
+      ASSERT_EQ(op.ImageDepthConvert(src, &dst, KEL_8U), STATUS_OK);
+      src = KelImage(bytes.Mat());
+      dst = KelImage(widened.Mat());
+      ASSERT_EQ(op.ImageDepthConvert(src, &dst, KEL_16U), STATUS_OK);
+      ASSERT_TRUE(SameImage(narrowed.Mat(), expected_bytes)) << columns;
+      ASSERT_TRUE(SameImage(widened.Mat(), expected_words)) << columns;
+      for (const GuardedImage* image : {&words, &bytes, &narrowed, &widened}) {
+        ASSERT_TRUE(image->SurroundingsUntouched());
+      }
+    }
+  }
+}
+
+// Larger than the caches, which is written past them.
+TEST_P(DepthConversion, OfALargeImageGivesTheSame) {
+  constexpr int kRows = 3001;
+  constexpr int kColumns = 4099;
+  KelImageOperation op;
+  KelImage words(WordsAroundBytes(kRows, kColumns));
+  cv::Mat expected;
+  words.Mat().convertTo(expected, CV_8U);
+  KelImage bytes;
+  ASSERT_EQ(op.ImageDepthConvert(words, &bytes, KEL_8U), STATUS_OK);
+  EXPECT_TRUE(SameImage(bytes.Mat(), expected));
+  bytes.Mat().convertTo(expected, CV_16U);
+  ASSERT_EQ(op.ImageDepthConvert(bytes, &words, KEL_16U), STATUS_OK);
+  EXPECT_TRUE(SameImage(words.Mat(), expected));
 }
 
 TEST(ImageDepthConvert, NeverRescales) {
