@@ -2,19 +2,19 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <deque>
-#include <exception>
-#include <new>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "chosen_settings.h"
 #include "frame/kernels/row_kernels.h"
 #include "frame/load_time_state.h"
 #include "frame/result_matrix.h"
+#include "judge.h"
 #include "matrix_comparison.h"
+#include "outcome.h"
+#include "surroundings.h"
 
 namespace kelra_fuzz {
 namespace {
@@ -29,115 +29,6 @@ constexpr int kMostCalls = 3;
 bool Has(const Operation& operation, Trait trait) { return (operation.traits & trait) != 0; }
 
 bool InEfficiencyMode() { return KELRA::LoadedSettings().efficiency != 0; }
-
-// Without a share in the pixels: whether an output's are its own makes a difference.
-struct Header {
-  int rows = 0;
-  int columns = 0;
-  int type = 0;
-  int dimensions = 0;
-  std::size_t step = 0;
-  const void* data = nullptr;
-
-  Header() = default;
-  explicit Header(const cv::Mat& mat)
-      : rows(mat.rows),
-        columns(mat.cols),
-        type(mat.type()),
-        dimensions(mat.dims),
-        step(mat.dims == 2 ? mat.step[0] : 0),
-        data(mat.data) {}
-};
-
-std::string Text(const Header& header) {
-  char text[128];
-  std::snprintf(text, sizeof text, "%d x %d, depth %d, %d channels, %d dimensions, step %zu, at %p",
-                header.columns, header.rows, CV_MAT_DEPTH(header.type), CV_MAT_CN(header.type),
-                header.dimensions, header.step, header.data);
-  return text;
-}
-
-std::string Text(const cv::Mat& mat) { return Text(Header(mat)); }
-
-std::string Text(const Operation& operation, const Call& call) {
-  std::string text = operation.name;
-  text += "\n  first:  " + Text(call.first->Mat());
-  text += "\n  second: " + Text(call.second->Mat());
-  text += "\n  output: " + (call.output == nullptr ? "null" : Text(call.output->Mat()));
-  text += call.output == call.first ? " (the first)" : "";
-  text += call.output == call.second ? " (the second)" : "";
-  char parameters[512];
-  std::snprintf(
-      parameters, sizeof parameters,
-      "\n  %d images, region kind %d, value %d, mode %d, channel %d, scale %.9g, offset %.9g, "
-      "angle %.17g, position (%.17g, %.17g), center (%.9g, %.9g), angles %.9g %.9g, "
-      "lengths %d %d %d %d, grid %d %d, pixel %d %d, type %d, flag %d, color %d %d %d %d, "
-      "efficiency %d, parallel %d, %s",
-      call.images.Length(), call.roi.ROIType(), call.value, call.mode, call.channel, call.scale,
-      call.offset, call.angle, call.position.x, call.position.y, call.center.x, call.center.y,
-      call.angles[0], call.angles[1], call.lengths[0], call.lengths[1], call.lengths[2],
-      call.lengths[3], call.grid[0], call.grid[1], call.pixel[0], call.pixel[1], call.type,
-      call.flag ? 1 : 0, call.color.red, call.color.green, call.color.blue, call.color.alpha,
-      KELRA::LoadedSettings().efficiency, KELRA::LoadedSettings().parallel,
-      KELRA::kernels::ActiveRowKernels().instruction_set);
-  return text + parameters;
-}
-
-struct Outcome {
-  KelLong status = 0;
-  std::string exception;  // empty: none
-  cv::Mat result;         // a copy
-};
-
-bool operator==(const Outcome& a, const Outcome& b) {
-  return a.status == b.status && a.exception == b.exception && SameMatrix(a.result, b.result);
-}
-
-std::string Text(const Outcome& outcome) {
-  const std::string ending = outcome.exception.empty() ? "status " + std::to_string(outcome.status)
-                                                       : "exception " + outcome.exception;
-  return ending + ", result " + Text(outcome.result);
-}
-
-// Ends the program unless what a call promises holds.
-class Judge {
- public:
-  Judge(const Operation& operation, const Call& call) : operation_(operation), call_(call) {
-    if (call.output != nullptr) {
-      output_before_ = Header(call.output->Mat());
-    }
-  }
-
-  void Require(bool holds, const char* promise, const std::string& found = {}) const {
-    if (!holds) {
-      std::fprintf(stderr, "\nBroken promise: %s\n%s\n  output before the call: %s\n%s\n", promise,
-                   Text(operation_, call_).c_str(), Text(output_before_).c_str(), found.c_str());
-      std::abort();
-    }
-  }
-
- private:
-  const Operation& operation_;
-  const Call& call_;
-  Header output_before_;
-};
-
-Outcome Run(const Operation& operation, KelImageOperation* object, Call* call) {
-  Outcome outcome;
-  try {
-    outcome.status = operation.call(*object, *call);
-  } catch (const cv::Exception& error) {
-    outcome.exception = "of OpenCV, code " + std::to_string(error.code);
-  } catch (const std::bad_alloc&) {
-    outcome.exception = "for want of memory";
-  }
-  if (!call->other_result.empty()) {
-    outcome.result = call->other_result.clone();
-  } else if (call->output != nullptr) {
-    outcome.result = call->output->Mat().clone();
-  }
-  return outcome;
-}
 
 // An image without pixels keeps its type, too.
 KelImage Copy(const KelImage& image) {
@@ -180,11 +71,11 @@ class PlainCall {
     }
     KelImageOperation object;
     outcome_ = Run(operation, &object, &operands_.AsCall());
-    if (for_model && outcome_.status == 0 && outcome_.exception.empty()) {
-      const cv::Mat expected = operation.model(for_model->AsCall());
-      const Judge judge(operation, call);
-      judge.Require(SameMatrix(outcome_.result, expected), "the result is the model's",
-                    Difference(outcome_.result, expected));
+    if (for_model && outcome_.Succeeded()) {
+      const Outcome expected{0, {}, operation.model(for_model->AsCall())};
+      Judge(operation, call).Require(outcome_ == expected, "the result is the model's", [&] {
+        return Difference(outcome_, expected);
+      });
     }
   }
 
@@ -192,77 +83,8 @@ class PlainCall {
   Call& Operands() { return operands_.AsCall(); }
 
  private:
-  static std::string Difference(const cv::Mat& actual, const cv::Mat& expected) {
-    std::string text = "is " + Text(actual) + ", should be " + Text(expected);
-    if (actual.dims != 2 || expected.dims != 2 || actual.type() != expected.type() ||
-        actual.size() != expected.size()) {
-      return text;
-    }
-    const std::size_t pixel = actual.elemSize();
-    for (int row = 0; row < actual.rows; ++row) {
-      for (std::size_t i = 0; i < pixel * static_cast<std::size_t>(actual.cols); ++i) {
-        if (actual.ptr(row)[i] != expected.ptr(row)[i]) {
-          return text + "\nrow " + std::to_string(row) + ", column " + std::to_string(i / pixel) +
-                 ", byte " + std::to_string(i % pixel) + ": " + std::to_string(actual.ptr(row)[i]) +
-                 " instead of " + std::to_string(expected.ptr(row)[i]);
-        }
-      }
-    }
-    return text;
-  }
-
   OperandsApart operands_;
   Outcome outcome_;
-};
-
-// The memory around a call's images, and the output, as they were before it.
-class Surroundings {
- public:
-  Surroundings(const Scene& scene, const Call& call) : scene_(scene) {
-    for (const Block& block : scene.Blocks()) {
-      bytes_.emplace_back(block.begin(), block.begin() + block.size());
-    }
-    if (call.output != nullptr && call.output->Mat().dims <= 2) {
-      const cv::Mat& output = call.output->Mat();
-      // Without a share in the pixels: whether the output's are its own makes a difference.
-      output_ = cv::Mat(output.size(), output.type(), output.data, output.step[0]);
-      output_pixels_ = output.clone();
-    }
-  }
-
-  bool Untouched() const {
-    for (std::size_t i = 0; i < bytes_.size(); ++i) {
-      if (std::memcmp(bytes_[i].data(), scene_.Blocks()[i].begin(), bytes_[i].size()) != 0) {
-        return false;
-      }
-    }
-    return true;
-  }
-
-  bool OutputUntouched(const cv::Mat& output) const {
-    return output.dims > 2 || (SameHeader(output, output_) && SameMatrix(output, output_pixels_));
-  }
-
-  bool OutputReplaced(const cv::Mat& output) const { return output.data != output_.data; }
-
-  // But for the pixels that the output had before the call. Ends this object's use.
-  bool UntouchedAroundOutput() {
-    for (std::size_t i = 0; i < bytes_.size(); ++i) {
-      const Block& block = scene_.Blocks()[i];
-      if (!output_.empty() && block.Holds(output_)) {
-        const std::ptrdiff_t offset = output_.data - block.begin();
-        cv::Mat before(output_.size(), output_.type(), bytes_[i].data() + offset, output_.step[0]);
-        output_.copyTo(before);
-      }
-    }
-    return Untouched();
-  }
-
- private:
-  const Scene& scene_;
-  std::vector<std::vector<std::uint8_t>> bytes_;
-  cv::Mat output_;
-  cv::Mat output_pixels_;
 };
 
 // Whether the method says that its output's former content takes part.
@@ -297,13 +119,16 @@ class CallChecker {
     const bool depends_on_past =
         Has(operation_, kStartsFromBuffer) && InEfficiencyMode() && !first_call_;
     const KelImage input_before = Copy(*call->first);
-    const std::vector<KelImage*> inputs = InputsApartFromOutput(*call);
+    // Later calls in efficiency mode overwrite earlier results that they do not take.
+    const std::vector<KelImage*> inputs = InEfficiencyMode() && !first_call_
+                                              ? std::vector<KelImage*>()
+                                              : InputsApartFromOutput(*call);
     Surroundings surroundings(*scene_, *call);
 
     const Outcome outcome = Run(operation_, object_, call);
     Tell(outcome);
 
-    if (outcome.exception.empty() && outcome.status == 0) {
+    if (outcome.Succeeded()) {
       if (!depends_on_output) {
         CheckSuccess(judge, *call, surroundings);
       }
@@ -317,7 +142,7 @@ class CallChecker {
       }
     } else {
       judge.Require(!Has(operation_, kThrowsNothing), "the method throws nothing",
-                    outcome.exception);
+                    [&] { return Text(outcome); });
     }
     judge.Require(surroundings.UntouchedAroundOutput(), "nothing beside the output is written");
     if (plain && !depends_on_output && !depends_on_past) {
@@ -356,7 +181,7 @@ class CallChecker {
 
   static void CheckCopied(const Judge& judge, const Call& call, KelLong status,
                           const KelImage& input_before) {
-    const std::string found = "status " + std::to_string(status);
+    const auto found = [&] { return "status " + std::to_string(status); };
     const cv::Mat& output = call.output->Mat();
     judge.Require(SameMatrix(output, input_before.Mat()),
                   "the failure leaves a copy of the input in the output", found);
@@ -371,7 +196,8 @@ class CallChecker {
     const bool cleared = !untouched && InEfficiencyMode() && Has(operation_, kBindsBuffer) &&
                          IsCleared(output, input_before);
     judge.Require(untouched || cleared || IsPromoted(call) || IsUnmasked(call, status),
-                  "the failure leaves the output untouched", "status " + std::to_string(status));
+                  "the failure leaves the output untouched",
+                  [&] { return "status " + std::to_string(status); });
   }
 
   // Whether the output is an input whose channels may have changed.
@@ -387,7 +213,7 @@ class CallChecker {
   static void CheckAgainstPlain(const Judge& judge, const Call& call, const Outcome& outcome,
                                 PlainCall* plain, const std::vector<KelImage*>& inputs) {
     const Outcome& expected = plain->Result();
-    const std::string found = Text(outcome) + "\ninstead of\n" + Text(expected);
+    const auto found = [&] { return Difference(outcome, expected); };
     judge.Require(outcome.status == expected.status && outcome.exception == expected.exception,
                   "the status is that of the plain call", found);
     // A plain output without pixels has been left alone.
@@ -396,11 +222,6 @@ class CallChecker {
                     "the result is that of the plain call", found);
     }
     for (const KelImage* input : inputs) {
-      if (InEfficiencyMode() && call.output != nullptr &&
-          SharesPixels(input->Mat(), call.output->Mat())) {
-        // An earlier result that is no input of this method; a later one overwrites it.
-        continue;
-      }
       const KelImage& left =
           input == call.first ? *plain->Operands().first : *plain->Operands().second;
       judge.Require(SameMatrix(input->Mat(), left.Mat()),
@@ -438,7 +259,7 @@ Outcomes Play(std::span<const Operation> operations, const std::uint8_t* data, s
       const Outcome& narrowest = (*expected)[outcomes.size()];
       Judge(operation, call)
           .Require(outcome == narrowest, "every instruction set gives the same",
-                   Text(outcome) + "\ninstead of\n" + Text(narrowest));
+                   [&] { return Difference(outcome, narrowest); });
     }
     outcomes.push_back(outcome);
   } while (outcomes.size() < kMostCalls && !reader.IsAtEnd());

@@ -328,7 +328,8 @@ class KELIMAGEOPERATION_API KelImageOperation {
   // On the whole image and under a run-length region, `value` is written into an output of the
   // input's size before the comparison: an output that shares pixels with the input compares
   // `value` with itself there, so that with the input as output all samples become `value`. An
-  // output of the input's size but another type ends the call with an OpenCV exception.
+  // output of the input's size but another type ends the call with an OpenCV exception, unless
+  // OpenCV takes an image of so few pixels for a constant.
   //
   // Uses efficiency mode; the output is bound before the region's kind is checked, so that
   // ERR_ROI_TYPE leaves it cleared.

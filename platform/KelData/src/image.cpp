@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <opencv2/core.hpp>
 
 #include "KELRA/KelData.h"
@@ -10,9 +11,10 @@ KelImage::KelImage(const KelImage& other) = default;
 KelImage& KelImage::operator=(const KelImage& other) = default;
 KelImage::~KelImage() = default;
 
-// OpenCV sets rows and columns of a matrix of more than two dimensions to -1.
-int KelImage::Width() const { return mat_.dims > 2 ? 0 : mat_.cols; }
-int KelImage::Height() const { return mat_.dims > 2 ? 0 : mat_.rows; }
+// OpenCV sets rows and columns of a matrix of more than two dimensions to -1, and leaves them there
+// when an empty matrix is assigned to it.
+int KelImage::Width() const { return std::max(mat_.cols, 0); }
+int KelImage::Height() const { return std::max(mat_.rows, 0); }
 int KelImage::Channels() const { return mat_.channels(); }
 KelImageType KelImage::BitDepth() const { return static_cast<KelImageType>(mat_.depth()); }
 void* KelImage::ImageData() const { return mat_.data; }

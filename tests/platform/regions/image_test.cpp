@@ -46,6 +46,15 @@ TEST(Image, OfMoreThanTwoDimensionsHasNoSize) {
   EXPECT_EQ(image.Height(), 0);
 }
 
+TEST(Image, HasNoSizeOnceAnEmptyOneIsAssignedToMoreThanTwoDimensions) {
+  const int sizes[] = {2, 3, 4};
+  const KelImage empty;
+  KelImage image(cv::Mat(3, sizes, CV_8UC1));
+  image = empty;
+  EXPECT_EQ(image.Width(), 0);
+  EXPECT_EQ(image.Height(), 0);
+}
+
 TEST(Image, CopiesSharePixels) {
   KelImage image(RandomImage(3, 4, CV_8UC1));
   KelImage copy(image);
