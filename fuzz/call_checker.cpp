@@ -28,6 +28,11 @@ constexpr int kMostCalls = 3;
 
 bool Has(const Operation& operation, Trait trait) { return (operation.traits & trait) != 0; }
 
+bool IsToTell() {
+  static const bool asked = std::getenv("KELRA_FUZZ_TELL") != nullptr;
+  return asked;
+}
+
 bool InEfficiencyMode() { return KELRA::LoadedSettings().efficiency != 0; }
 
 // An image without pixels keeps its type, too.
@@ -165,11 +170,10 @@ class CallChecker {
   }
 
   void Tell(const Outcome& outcome) const {
-    static const bool asked = std::getenv("KELRA_FUZZ_TELL") != nullptr;
-    if (asked) {
+    if (IsToTell()) {
       const std::string ending =
           outcome.exception.empty() ? std::to_string(outcome.status) : outcome.exception;
-      std::fprintf(stderr, "%s: %s\n", operation_.name, ending.c_str());
+      std::fprintf(stderr, "called %s: %s\n", operation_.name, ending.c_str());
     }
   }
 
@@ -269,11 +273,21 @@ Outcomes Play(std::span<const Operation> operations, const std::uint8_t* data, s
 // Exceptions are the calls' outcomes here, not messages to a user.
 int KeepQuiet(int, const char*, const char*, const char*, int, void*) { return 0; }
 
+bool Begin(std::span<const Operation> operations) {
+  cv::redirectError(KeepQuiet);
+  if (IsToTell()) {
+    for (const Operation& operation : operations) {
+      std::fprintf(stderr, "offers %s\n", operation.name);
+    }
+  }
+  return true;
+}
+
 }  // namespace
 
 void CheckCalls(std::span<const Operation> operations, const std::uint8_t* data, std::size_t size) {
-  static const auto quiet = cv::redirectError(KeepQuiet);
-  static_cast<void>(quiet);
+  static const bool begun = Begin(operations);
+  static_cast<void>(begun);
   std::optional<Outcomes> narrowest;
   for (const KELRA::kernels::RowKernels* kernels : KELRA::kernels::SupportedRowKernels()) {
     KELRA::kernels::UseRowKernels(*kernels);
