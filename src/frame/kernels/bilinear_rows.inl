@@ -141,7 +141,8 @@ struct BilinearBlock {
   void Write(Sample* dst, std::ptrdiff_t count) const {
     for (std::ptrdiff_t k = 0; k < count; ++k) {
       for (int c = 0; c < kChannels; ++c) {
-        dst[k * kChannels + c] = static_cast<Sample>(pixels[k] >> (c * 8 * sizeof(Sample)));
+        dst[k * kChannels + c] =
+            static_cast<Sample>(pixels[k] >> (c * 8 * static_cast<int>(sizeof(Sample))));
       }
     }
   }
