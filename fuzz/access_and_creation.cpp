@@ -20,7 +20,7 @@ using KELRA::KelLong;
 using KELRA::KelRegion;
 
 constexpr double kNotRead = -1;
-constexpr int kLongestSide = 12;  // of images in the call's buffer
+constexpr int kLongestSide = 6;  // of images in the call's buffer
 
 // A sample that need not be whole.
 double SampleOf(const Call& c) {

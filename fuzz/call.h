@@ -46,7 +46,7 @@ struct Call {
   cv::Mat other_result;
 };
 
-inline constexpr int kBufferSize = 12 * 12 * 4 * 8;
+inline constexpr int kBufferSize = 6 * 6 * 4 * 8;
 
 Call ReadCall(InputReader* reader, Scene* scene);
 

@@ -3,5 +3,6 @@
 extern "C" const char* __asan_default_options();
 
 const char* __asan_default_options() {
-  return "allocator_may_return_null=1:max_allocation_size_mb=32:quarantine_size_mb=16";
+  return "allocator_may_return_null=1:max_allocation_size_mb=32:quarantine_size_mb=16:malloc_"
+         "context_size=8";
 }
