@@ -9,7 +9,7 @@
 namespace kelra_fuzz {
 namespace {
 
-std::string Text(const Operation& operation, const Call& call) {
+std::string Description(const Operation& operation, const Call& call) {
   std::string text = operation.name;
   text += "\n  first:  " + Text(call.first->Mat());
   text += "\n  second: " + Text(call.second->Mat());
@@ -81,7 +81,7 @@ Judge::Judge(const Operation& operation, const Call& call) : operation_(operatio
 
 void Judge::Fail(const char* promise, const std::string& found) const {
   std::fprintf(stderr, "\nBroken promise: %s\n%s\n  output before the call: %s\n%s\n", promise,
-               Text(operation_, call_).c_str(), Text(output_before_).c_str(), found.c_str());
+               Description(operation_, call_).c_str(), Text(output_before_).c_str(), found.c_str());
   std::abort();
 }
 
