@@ -26,19 +26,20 @@ class Case:
 
 
 def read(paths):
-    """The cases of all files, and what the last one tells of the machine."""
-    cases = []
+    """The cases of all files, a later file's in place of an earlier one's, and the last file's machine."""
+    cases = {}
     for path in paths:
         with open(path, encoding="utf-8") as file:
             report = json.load(file)
         for run in report["benchmarks"]:
             if run.get("error_occurred"):
                 sys.exit(f"{run['name']}: {run['error_message']}")
-            cases.append(Case(*run["name"].split("/")[:5], microseconds=run["real_time"],
-                              by_opencv=run.get("by_opencv"), by_copy=run.get("by_copy"),
-                              doubling=run.get("doubling"),
-                              row_kernels=run.get("row_kernels") == 1))
-    return cases, report["context"]
+            name = run["name"].split("/")[:5]
+            cases[tuple(name)] = Case(
+                *name, microseconds=run["real_time"], by_opencv=run.get("by_opencv"),
+                by_copy=run.get("by_copy"), doubling=run.get("doubling"),
+                row_kernels=run.get("row_kernels") == 1)
+    return list(cases.values()), report["context"]
 
 
 def grouped(cases, *fields):
