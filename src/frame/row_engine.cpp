@@ -1,5 +1,6 @@
 #include "frame/row_engine.h"
 
+#include <tbb/global_control.h>
 #include <tbb/parallel_for.h>
 #include <tbb/partitioner.h>
 #include <tbb/task_arena.h>
@@ -28,12 +29,19 @@ std::atomic<bool> g_pool_is_lost{false};
 });
 #endif
 
+// Whether nobody would share the work: splitting it takes microseconds, in vain.
+bool CallerIsAlone() {
+  return g_pool_is_lost.load(std::memory_order_relaxed) ||
+         tbb::this_task_arena::max_concurrency() == 1 ||
+         tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism) == 1;
+}
+
 }  // namespace
 
 void ForEachRowRangeInParallel(int rows, FunctionRef<void(const RowRange&)> body) {
   const int parallel = LoadedSettings().parallel;
   const int grain = parallel < 1 ? 1 : std::max(1, rows / parallel);
-  if (grain >= rows || g_pool_is_lost.load(std::memory_order_relaxed)) {
+  if (grain >= rows || CallerIsAlone()) {
     body(RowRange(0, rows));
     return;
   }

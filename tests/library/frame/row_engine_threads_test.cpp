@@ -100,10 +100,24 @@ TEST(RowEngineConcurrent, AWaitingCallBeginsNoneOfTheCallersTasks) {
   EXPECT_EQ(begun_inside_a_call, 0);
 }
 
-int Ranges() {
+int RangesIn(int slots) {
   std::atomic<int> ranges{0};
-  ForEachRowRange(1000, kMuch, [&](const RowRange&) { ++ranges; });
+  tbb::task_arena(slots).execute(
+      [&] { ForEachRowRange(1000, kMuch, [&](const RowRange&) { ++ranges; }); });
   return ranges;
+}
+
+TEST(RowEngineConcurrent, NothingIsSplitWhereOneThreadWorks) {
+  const tbb::global_control many(tbb::global_control::max_allowed_parallelism, 4);
+  EXPECT_EQ(RangesIn(1), 1);
+  EXPECT_GT(RangesIn(2), 1);
+  const tbb::global_control one(tbb::global_control::max_allowed_parallelism, 1);
+  EXPECT_EQ(RangesIn(2), 1);
+}
+
+int Ranges() {
+  const tbb::global_control many(tbb::global_control::max_allowed_parallelism, 4);
+  return RangesIn(4);
 }
 
 // Each runs in a process that has made no parallel loop before.
