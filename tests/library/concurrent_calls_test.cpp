@@ -23,11 +23,11 @@ using kelra_test::RandomImage;
 using kelra_test::SameImage;
 
 constexpr int kThreads = 4;
-constexpr int kRounds = 3;
+constexpr int kRounds = 2;
 
 // Large enough for every call to be split.
-constexpr int kRows = 300;
-constexpr int kColumns = 501;
+constexpr int kRows = 700;
+constexpr int kColumns = 901;
 
 struct Inputs {
   cv::Mat first = RandomImage(kRows, kColumns, CV_8UC1, 1);
