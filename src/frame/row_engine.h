@@ -11,8 +11,9 @@ namespace KELRA {
 
 using RowRange = tbb::blocked_range<int>;
 
-// Work of fewer bytes takes one thread some microseconds, about what waking a second one takes.
-inline constexpr std::size_t kSerialBytes = std::size_t{128} * 1024;
+// Work of fewer bytes takes one thread less than the ten microseconds or so in which a second one
+// is woken and waited for.
+inline constexpr std::size_t kSerialBytes = std::size_t{1024} * 1024;
 
 // The same behind OpenCV calls that run in parallel themselves. Their threads wait in an arena of
 // OpenCV's own; that one of them joins the engine's, and is missed at the next call of OpenCV,

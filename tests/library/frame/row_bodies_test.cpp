@@ -524,8 +524,8 @@ TEST_P(RowBodies, WriteTheRowsOfTheirRangeOnly) {
 }
 
 TEST_P(RowBodies, LaunchCoversAllRowsWithAnyParallelSetting) {
-  const cv::Mat input = RandomImage(97, 1003, CV_8UC1, 21);
-  const cv::Mat second = RandomImage(97, 1003, CV_8UC1, 22);
+  const cv::Mat input = RandomImage(97, 6003, CV_8UC1, 21);
+  const cv::Mat second = RandomImage(97, 6003, CV_8UC1, 22);
   const cv::Mat of_constant =
       kelra_reference::ArithmeticWithConstant(kelra_reference::kAdd, input, 9, 0.7F, 0.3F);
   const cv::Mat of_images =

@@ -311,7 +311,7 @@ TEST(PolarTransforms, WriteIntoAnOutputOfTheResultsSizeAndType) {
 }
 
 TEST(PolarTransforms, GiveTheSameBytesUnderEveryParallelSetting) {
-  const cv::Size size(300, 200);
+  const cv::Size size(800, 500);
   KelImage src(RandomImage(size.height, size.width, CV_8UC3));
   const cv::Mat unrolled = Remapped(src.Mat(), kelra_reference::UnrollingMaps(size, 33, 44));
   const cv::Mat rolled =

@@ -197,7 +197,7 @@ TEST_P(ConstantArithmetic, ARegionWithoutAPixelOfTheImageIsTheRegionLibrarysErro
 TEST_P(ConstantArithmetic, TheParallelSettingChangesNoByte) {
   const LinearCase linear{0.37F, 11.25F};
   for (const int type : kelra_test::kPixelTypes) {
-    const cv::Mat input = RandomImage(301, 517, type);
+    const cv::Mat input = RandomImage(301, 1817, type);
     const KelROI circle = KelROI::Circle({250, 150}, 140);
     const cv::Mat expected = Expected(input, 9, linear);
     const cv::Mat expected_in_circle =

@@ -95,7 +95,7 @@ TEST_P(Operations, TreatEveryWidthTypeAndStrideAlikeAndTouchNothingBesideTheImag
 
 TEST_P(Operations, GiveTheSameBytesWithEveryParallelSetting) {
   for (const int type : {CV_8UC1, CV_16UC3}) {
-    const cv::Mat image = RandomImage(301, 457, type);
+    const cv::Mat image = RandomImage(301, 1757, type);
     const cv::Mat expected = Expected(GetParam(), image, GetParam().has_constant ? 100 : 0);
     for (const int parallel : ParallelSettingsFor(image.rows)) {
       const ScopedSettings settings({.parallel = parallel});

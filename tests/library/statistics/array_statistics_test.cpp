@@ -193,7 +193,7 @@ TEST_P(ArrayStatisticsOnEverySet, SumMoreBytesThan16BitsHold) {
 }
 
 TEST(ArrayStatistics, GiveTheSameBytesWithEveryParallelSetting) {
-  const std::vector<cv::Mat> images = RandomImages(5, 131, 457, CV_8UC3);
+  const std::vector<cv::Mat> images = RandomImages(5, 131, 657, CV_8UC3);
   for (const Statistic statistic : kStatistics) {
     const cv::Mat expected = Model(statistic, images);
     for (const int parallel : ParallelSettingsFor(131)) {

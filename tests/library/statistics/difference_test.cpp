@@ -59,8 +59,8 @@ TEST_P(DifferenceOnEverySet, IsTheModelsForEveryWidthTypeAndStride) {
 }
 
 TEST(Difference, GivesTheSameBytesWithEveryParallelSetting) {
-  const cv::Mat a = RandomImage(301, 457, CV_16UC1, 1);
-  const cv::Mat b = RandomImage(301, 457, CV_16UC1, 2);
+  const cv::Mat a = RandomImage(301, 757, CV_16UC1, 1);
+  const cv::Mat b = RandomImage(301, 757, CV_16UC1, 2);
   for (const int parallel : ParallelSettingsFor(a.rows)) {
     const ScopedSettings settings({.parallel = parallel});
     KelImage dst;

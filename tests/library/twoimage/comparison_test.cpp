@@ -201,7 +201,7 @@ TEST(Comparison, TheOutputMayBeAnInput) {
 }
 
 TEST(Comparison, TheSameBytesUnderEveryParallelSetting) {
-  const cv::Mat first = RandomImage(300, 700, CV_16UC1, 1);
+  const cv::Mat first = RandomImage(300, 1100, CV_16UC1, 1);
   const cv::Mat second = SecondFor(first, 2);
   for (const int parallel : kelra_test::ParallelSettingsFor(300)) {
     const ScopedSettings settings({.parallel = parallel});

@@ -295,10 +295,10 @@ TEST(Paste, WritesIntoAnOutputOfTheResultsSizeAndType) {
 }
 
 TEST(Paste, GivesTheSameBytesUnderEveryParallelSetting) {
-  KelImage canvas(RandomImage(300, 400, CV_8UC3));
-  KelImage image(RandomImage(250, 220, CV_8UC3, 2));
+  KelImage canvas(RandomImage(600, 800, CV_8UC3));
+  KelImage image(RandomImage(500, 440, CV_8UC3, 2));
   const cv::Mat expected = kelra_reference::TurnedPaste(canvas.Mat(), image.Mat(), 100, 200, 40);
-  for (const int parallel : kelra_test::ParallelSettingsFor(300)) {
+  for (const int parallel : kelra_test::ParallelSettingsFor(600)) {
     const kelra_test::ScopedSettings settings({.parallel = parallel});
     KelImage result;
     ASSERT_EQ(Paste(canvas, image, &result, {100, 200}, 40), STATUS_OK);

@@ -463,13 +463,13 @@ TEST(PlacedArithmetic, AnOutputOfAnotherTypeGetsANewMatrix) {
 }
 
 TEST(PlacedArithmetic, TheSameBytesUnderEveryParallelSetting) {
-  const cv::Mat first = RandomImage(220, 300, CV_8UC3, 1);
-  const cv::Mat second = RandomImage(180, 310, CV_8UC3, 2);
+  const cv::Mat first = RandomImage(520, 700, CV_8UC3, 1);
+  const cv::Mat second = RandomImage(480, 710, CV_8UC3, 2);
   for (const double angle : {0.0, 20.0}) {
     const cv::Mat expected = angle == 0
                                  ? Upright(kMethods[2], first, second, {7, 5}, {0.01F, 3})
                                  : Turned(kMethods[2], first, second, {7, 5}, angle, {0.01F, 3});
-    for (const int parallel : kelra_test::ParallelSettingsFor(180)) {
+    for (const int parallel : kelra_test::ParallelSettingsFor(480)) {
       const ScopedSettings settings({.parallel = parallel});
       KelImage image1(first);
       KelImage image2(second);

@@ -243,10 +243,10 @@ TEST(PlacedBitwise, NothingOutsideTheImagesIsTouched) {
 }
 
 TEST(PlacedBitwise, TheSameBytesUnderEveryParallelSetting) {
-  const cv::Mat first = RandomImage(220, 300, CV_8UC3, 1);
-  const cv::Mat second = RandomImage(180, 310, CV_8UC3, 2);
+  const cv::Mat first = RandomImage(520, 700, CV_8UC3, 1);
+  const cv::Mat second = RandomImage(480, 710, CV_8UC3, 2);
   const cv::Mat expected = Expected(kMethods[2], first, second, {7, 5}, 0);
-  for (const int parallel : kelra_test::ParallelSettingsFor(180)) {
+  for (const int parallel : kelra_test::ParallelSettingsFor(480)) {
     const kelra_test::ScopedSettings settings({.parallel = parallel});
     KelImage image1(first);
     KelImage image2(second);
