@@ -73,7 +73,9 @@ void CopyRow(const cv::Mat& bytes, std::size_t offset, std::uint8_t* row, std::s
   if (available > 0) {
     std::memcpy(row, bytes.data + offset, available);
   }
-  std::memset(row + available, 0, row_bytes - available);
+  if (available < row_bytes) {
+    std::memset(row + available, 0, row_bytes - available);
+  }
 }
 
 Status ConvertBitmap(KelImage* dst, KelLong handle, int height, int width, int bits_per_channel,

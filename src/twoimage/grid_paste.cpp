@@ -108,6 +108,17 @@ std::vector<Placed> Place(const KelImageArray& images, int grid_columns,
   return placed;
 }
 
+// Whether each of `count` images lies in its own cell, so that none of the canvas is left.
+bool CoverCanvas(const std::vector<Placed>& placed, int count, int grid_columns, cv::Size cell) {
+  const auto is_in_its_cell = [&](const Placed& one) {
+    const cv::Point corner(one.image % grid_columns * cell.width,
+                           one.image / grid_columns * cell.height);
+    return one.target == corner && one.source.size() == cell;
+  };
+  return static_cast<int>(placed.size()) == count &&
+         std::all_of(placed.begin(), placed.end(), is_in_its_cell);
+}
+
 }  // namespace
 
 KelLong KelImageOperation::Paste(KelImageArray& images, KelImage* result, int gridRows,
@@ -133,7 +144,9 @@ KelLong KelImageOperation::Paste(KelImageArray& images, KelImage* result, int gr
   }
   cv::Mat fresh;
   cv::Mat& canvas = CanvasFor(images, result, size, &fresh);
-  canvas.setTo(cv::Scalar::all(0));
+  if (!CoverCanvas(all, images.Length(), gridColumns, images[0].Mat().size())) {
+    canvas = cv::Scalar::all(0);
+  }
   for (const Placed& placed : all) {
     images[placed.image]
         .Mat()(placed.source)

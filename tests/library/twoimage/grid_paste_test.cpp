@@ -81,7 +81,7 @@ TEST(GridPaste, MovesEachImageByItsOffsetAndCutsItAtTheCanvas) {
       KelPointArray offsets = NoOffsets(4);
       offsets[1] = {x, y};
       offsets[2] = {y, x};
-      KelImage result;
+      KelImage result(RandomImage(10, 14, CV_8UC3, 9));
       ASSERT_EQ(Paste(images, &result, 2, 2, offsets), STATUS_OK);
       cv::Mat expected = cv::Mat::zeros(10, 14, CV_8UC3);
       for (int i = 0; i < 4; ++i) {
