@@ -72,6 +72,8 @@ enum Trait : unsigned {
   kPromotesInputs = 16,
   // A run-length region that has no mask leaves the result on the whole image in the output.
   kKeepsUnmaskedResult = 32,
+  // OpenCV refuses some of its calls, with an exception that passes.
+  kRefusedByOpenCv = 64,
 };
 
 struct Operation {

@@ -5,8 +5,7 @@
 //   - a successful call's result is that of the plain model;
 //   - a failed call leaves its output as the method says: untouched, a copy of the input, cleared;
 //   - inputs, the pixels around all images, and what shares none with the output stay as they are;
-//   - nothing but OpenCV's exceptions and want of memory passes, and not where a method throws
-//     nothing.
+//   - no exception passes but want of memory and OpenCV's refusals, where a method tells them.
 //
 // What does not hold is told, with the call, and ends the program.
 #pragma once

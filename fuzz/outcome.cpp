@@ -15,9 +15,11 @@ Outcome Run(const Operation& operation, KELRA::KelImageOperation* object, Call* 
   try {
     outcome.status = operation.call(*object, *call);
   } catch (const cv::Exception& error) {
-    outcome.exception = "of OpenCV, code " + std::to_string(error.code);
+    outcome.exception = error.code == cv::Error::StsNoMem
+                            ? kWantOfMemory
+                            : "of OpenCV, code " + std::to_string(error.code);
   } catch (const std::bad_alloc&) {
-    outcome.exception = "for want of memory";
+    outcome.exception = kWantOfMemory;
   }
   if (!call->other_result.empty()) {
     outcome.result = call->other_result.clone();

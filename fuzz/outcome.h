@@ -8,6 +8,8 @@
 
 namespace kelra_fuzz {
 
+inline constexpr const char* kWantOfMemory = "for want of memory";
+
 struct Outcome {
   KELRA::KelLong status = 0;
   std::string exception;  // empty: none

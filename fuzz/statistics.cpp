@@ -86,15 +86,15 @@ using Object = KelImageOperation;
 
 constexpr Operation kOperations[] = {
     {"PixelMaxConst", CallWithValue<&Object::PixelMaxConst>, WithConstant<Larger>,
-     kBindsBuffer | kWritesConstantFirst, UnderRunsIfRefused},
+     kBindsBuffer | kWritesConstantFirst | kRefusedByOpenCv, UnderRunsIfRefused},
     {"PixelMinConst", CallWithValue<&Object::PixelMinConst>, WithConstant<Smaller>,
-     kBindsBuffer | kWritesConstantFirst, UnderRunsIfRefused},
+     kBindsBuffer | kWritesConstantFirst | kRefusedByOpenCv, UnderRunsIfRefused},
     {"PixelAverageConst", CallWithValue<&Object::PixelAverageConst>,
      WithConstant<kelra_reference::NearestMean>, 0, UnderRunsIfRefused},
     {"DifferenceConst", CallWithValue<&Object::DifferenceConst>, WithConstant<Distance>, 0,
      UnderRunsIfRefused},
     {"Difference", CallDifference, Difference},
-    {"PixelMax", CallOnArray<&Object::PixelMax>, Maximum, kStartsFromBuffer},
+    {"PixelMax", CallOnArray<&Object::PixelMax>, Maximum, kStartsFromBuffer | kRefusedByOpenCv},
     {"PixelMin", CallOnArray<&Object::PixelMin>, Minimum},
     {"PixelAverage", CallAverage, Average, kStartsFromBuffer},
 };
