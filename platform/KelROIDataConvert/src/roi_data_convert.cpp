@@ -4,7 +4,7 @@
 #include <cstring>
 #include <exception>
 #include <limits>
-#include <utility>
+#include <memory>
 #include <variant>
 #include <vector>
 
@@ -31,22 +31,46 @@ KelRectangleShape ShapeOf(const cv::Rect& box) {
           static_cast<double>(box.height)};
 }
 
+using SharedRuns = std::shared_ptr<const PixelRuns>;
+
+// What a shape covers of images of a size.
+struct Coverage {
+  KelROI roi;  // keeps the shape, so that no other comes to lie in its place
+  cv::Size size;
+  SharedRuns covered;
+};
+
+// The shape's pixels, the last ones of each thread kept: an operation cuts a shape out and then
+// puts it back, and the next image often gets the same. Run-length regions tell their pixels
+// themselves, and may be large.
+SharedRuns Covered(const KelROI& roi, cv::Size size) {
+  if (roi.ROIType() == KEL_ROI_REGION) {
+    return std::make_shared<const PixelRuns>(Rasterize(roi.Shape(), size));
+  }
+  thread_local Coverage t_last;
+  if (t_last.covered == nullptr || &t_last.roi.Shape() != &roi.Shape() || t_last.size != size) {
+    t_last.covered = std::make_shared<const PixelRuns>(Rasterize(roi.Shape(), size));
+    t_last.roi = roi;
+    t_last.size = size;
+  }
+  return t_last.covered;
+}
+
 // The pixels of `image` that `roi` covers, at least one of them, or the reason why there are none.
-KelLong CoveredPixels(const cv::Mat& image, const KelROI& roi, PixelRuns* covered) {
+KelLong CoveredPixels(const cv::Mat& image, const KelROI& roi, SharedRuns* covered) {
   if (image.empty() || image.dims > 2) {
     return KEL_ROI_ERR_IMAGE;
   }
   if (roi.ROIType() == KEL_ROI_WHOLE_IMAGE) {
-    *covered = Rasterize(
-        KelRectangleShape{0, 0, static_cast<double>(image.cols), static_cast<double>(image.rows)},
-        image.size());
+    *covered = std::make_shared<const PixelRuns>(
+        Rasterize(ShapeOf(cv::Rect({}, image.size())), image.size()));
     return 0;
   }
   if (std::holds_alternative<std::monostate>(roi.Shape())) {
     return KEL_ROI_ERR_KIND;
   }
-  *covered = Rasterize(roi.Shape(), image.size());
-  return covered->runs.empty() ? KEL_ROI_ERR_OUTSIDE : 0;
+  *covered = Covered(roi, image.size());
+  return (*covered)->runs.empty() ? KEL_ROI_ERR_OUTSIDE : 0;
 }
 
 template <class Sample>
@@ -212,12 +236,12 @@ KelLong KelROIDataConvert::ROIImageExtraction(cv::Mat& image, KelROI& roi, cv::M
     return KEL_ROI_ERR_OUTPUT;
   }
   return WithoutExceptions([&]() -> KelLong {
-    PixelRuns covered;
+    SharedRuns covered;
     if (const KelLong status = CoveredPixels(image, roi, &covered); status != 0) {
       return status;
     }
-    const bool whole = clip == 0 || covered.FillsBox();
-    *out = whole ? image(covered.box).clone() : CutOut(image, covered, fill);
+    const bool whole = clip == 0 || covered->FillsBox();
+    *out = whole ? image(covered->box).clone() : CutOut(image, *covered, fill);
     return 0;
   });
 }
@@ -228,18 +252,18 @@ KelLong KelROIDataConvert::ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI
     return KEL_ROI_ERR_OUTPUT;
   }
   return WithoutExceptions([&]() -> KelLong {
-    PixelRuns covered;
+    SharedRuns covered;
     if (const KelLong status = CoveredPixels(image, roi, &covered); status != 0) {
       return status;
     }
-    if (part.dims > 2 || part.size() != covered.box.size() || part.type() != image.type()) {
+    if (part.dims > 2 || part.size() != covered->box.size() || part.type() != image.type()) {
       return KEL_ROI_ERR_PART;
     }
     if (masked == 0) {
-      covered = Rasterize(ShapeOf(covered.box), image.size());
+      covered = std::make_shared<const PixelRuns>(Rasterize(ShapeOf(covered->box), image.size()));
     }
     cv::Mat restored = MatrixFor(image, part, *out);
-    PutBack(image, part, covered, restored);
+    PutBack(image, part, *covered, restored);
     *out = restored;
     return 0;
   });
@@ -251,12 +275,13 @@ KelLong KelROIDataConvert::GenMaskImage(cv::Mat& image, KelROI& roi, cv::Mat* ma
     return KEL_ROI_ERR_OUTPUT;
   }
   return WithoutExceptions([&]() -> KelLong {
-    PixelRuns covered;
+    SharedRuns covered;
     if (const KelLong status = CoveredPixels(image, roi, &covered); status != 0) {
       return status;
     }
-    const std::vector<KelRun> runs = filled != 0 ? std::move(covered.runs) : RimOf(covered.runs);
-    *mask = MaskOf(runs, image.size(), inverted != 0 ? 0 : 255, inverted != 0 ? 255 : 0);
+    const std::vector<KelRun> rim = filled != 0 ? std::vector<KelRun>() : RimOf(covered->runs);
+    *mask = MaskOf(filled != 0 ? covered->runs : rim, image.size(), inverted != 0 ? 0 : 255,
+                   inverted != 0 ? 255 : 0);
     return 0;
   });
 }

@@ -221,6 +221,34 @@ TEST(RoiExtraction, OutputMayBeTheInputOrShareItsMemory) {
   EXPECT_TRUE(SameImage(source, original));
 }
 
+// Neither a region nor an image is taken for the one before it, whichever changes.
+TEST(RoiExtraction, RegionsAndSizesMayAlternate) {
+  KelROIDataConvert converter;
+  const cv::Mat images[] = {RandomBytes({30, 20}, CV_8UC1, 1), RandomBytes({11, 20}, CV_8UC1, 2),
+                            RandomBytes({30, 9}, CV_8UC3, 3)};
+  KelROI changing = KelROI::Circle({8, 6}, 5);
+  KelROI rois[] = {KelROI::Circle({8, 6}, 5),         KelROI::Circle({7, 6}, 5),
+                   KelROI::Ellipse({8, 6}, 5, 3, 30), KelROI::Region(KelRegion(3, 3)),
+                   KelROI::Annulus({8, 6}, 2, 5),     KelROI::Circle({400, 6}, 5)};
+  for (int round = 0; round < 3; ++round) {
+    for (const cv::Mat& image : images) {
+      for (KelROI& roi : rois) {
+        cv::Mat pixels = image.clone();
+        changing = roi;
+        for (KelROI* same : {&roi, &changing}) {
+          const Cover cover(*same, pixels.size());
+          cv::Mat out;
+          const KelLong status = converter.ROIImageExtraction(pixels, *same, &out, 1, 7);
+          ASSERT_EQ(status, cover.box.empty() ? KEL_ROI_ERR_OUTSIDE : 0);
+          if (status == 0) {
+            EXPECT_TRUE(SameImage(out, PlainExtraction(image, cover, true, 7)));
+          }
+        }
+      }
+    }
+  }
+}
+
 // Rows of a padded matrix, and rows that follow each other.
 TEST(RoiRestore, WritesAnOutputThatFitsAndLiesApart) {
   KelROIDataConvert converter;
