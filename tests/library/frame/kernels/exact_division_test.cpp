@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "build_speed.h"
 #include "frame/kernels/target_region.h"
 
 KELRA_BEGIN_TARGET("avx2,fma")
@@ -34,21 +35,7 @@ KELRA_END_TARGET
 namespace KELRA {
 namespace {
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define KELRA_TEST_IS_SLOW
-#endif
-#endif
-#if !defined(__OPTIMIZE__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define KELRA_TEST_IS_SLOW
-#endif
-
-// A build that is many times slower takes every 16th constant.
-#if defined(KELRA_TEST_IS_SLOW)
-constexpr int kConstantStep = 16;
-#else
-constexpr int kConstantStep = 1;
-#endif
+constexpr int kConstantStep = kelra_test::kSlowBuild ? 16 : 1;
 
 TEST(ExactDivisionExhaustive, EveryConstantDividesEverySampleToTheBit) {
   if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("fma")) {

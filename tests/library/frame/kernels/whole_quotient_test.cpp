@@ -6,27 +6,14 @@
 #include <cstdint>
 #include <vector>
 
+#include "build_speed.h"
 #include "every_instruction_set.h"
 #include "frame/kernels/row_kernels.h"
 
 namespace KELRA::kernels {
 namespace {
 
-#if defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define KELRA_TEST_IS_SLOW
-#endif
-#endif
-#if !defined(__OPTIMIZE__) || defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define KELRA_TEST_IS_SLOW
-#endif
-
-// A build that is many times slower takes fewer constants.
-#if defined(KELRA_TEST_IS_SLOW)
-constexpr int kConstantStep = 31;
-#else
-constexpr int kConstantStep = 1;
-#endif
+constexpr int kConstantStep = kelra_test::kSlowBuild ? 31 : 1;
 
 template <class Sample>
 std::vector<Sample> EverySample() {
