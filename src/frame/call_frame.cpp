@@ -156,10 +156,11 @@ Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
       !status.ok()) {
     return Fail(Fallback::kExtraction, status, dst);
   }
+  // The result may overwrite a cut-out that is nobody else's.
+  const bool overwrite = policy_.shared_output == SharedOutput::kAsIfSeparate && IsHeldAlone(cut);
   const KelImage part(cut);
   KelImage part_result;
-  // The result may overwrite a cut-out that is nobody else's.
-  if (policy_.shared_output == SharedOutput::kAsIfSeparate && !SharesPixels(cut, input_->Mat())) {
+  if (overwrite) {
     part_result = part;
   }
   if (const Status status = work(part, &part_result); !status.ok()) {
@@ -191,8 +192,7 @@ cv::Mat CallFrame::MatrixToRestoreInto(const KelImage& dst) const {
   const cv::Mat& own = dst.Mat();
   const bool must_survive = policy_.after_restore == AfterRestore::kOnlyOnSuccess;
   const bool reuse = !must_survive && !bound_.bound() && own.dims <= 2 &&
-                     own.size() == pixels.size() && own.type() == pixels.type() &&
-                     !SharesPixels(own, pixels);
+                     own.size() == pixels.size() && own.type() == pixels.type() && IsHeldAlone(own);
   return reuse ? own : cv::Mat();
 }
 

@@ -104,8 +104,8 @@ class CallFrame {
   Status BringBackOutsideMask(Status made, const cv::Mat& mask, const cv::Mat& pixels,
                               KelImage* dst);
   Status RunOnPart(KelROI& roi, KelImage* dst, Work work);
-  // The output's own matrix where that fits and a failure need not leave it as it is; otherwise an
-  // empty one.
+  // The output's own matrix where that fits, nobody else holds it, and a failure need not leave it
+  // as it is; otherwise an empty one.
   cv::Mat MatrixToRestoreInto(const KelImage& dst) const;
   void KeepInput(KelImage& src, KelImage* dst);
   // Applies the policy's fallback for the failed step and returns its status.

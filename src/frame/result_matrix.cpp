@@ -63,6 +63,8 @@ bool SharesPixels(const cv::Mat& a, const cv::Mat& b) {
   return in_same_row || in_next_row;
 }
 
+bool IsHeldAlone(const cv::Mat& mat) { return mat.u != nullptr && mat.u->refcount == 1; }
+
 const cv::Mat& InputToReadWhileWriting(const cv::Mat& result, const cv::Mat& input, cv::Mat* copy) {
   if (CanBeReadWhileWriting(result, input)) {
     return input;

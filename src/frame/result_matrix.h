@@ -17,6 +17,9 @@ cv::Mat& ResultMatrix(KelImage* output, cv::Size size, int type, cv::Mat* fresh)
 // count as sharing.
 bool SharesPixels(const cv::Mat& a, const cv::Mat& b);
 
+// Whether no other header holds the matrix's pixels.
+bool IsHeldAlone(const cv::Mat& mat);
+
 // The matrix to read by an operation that computes each pixel of `result` from the same pixel of
 // `input`: the input itself where they are apart or one and the same, otherwise a copy of it that
 // is made in `copy`.

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <initializer_list>
 #include <stdexcept>
 #include <vector>
@@ -404,11 +405,20 @@ TEST_F(CallFrameTest, ARestoreIsGivenTheOutputsOwnMatrixUnlessAFailureMustLeaveI
 
 TEST_F(CallFrameTest, ARestoreIsGivenNoMatrixThatDoesNotFitOrIsStillRead) {
   const FramePolicy policy{.lines = kLines};
-  const cv::Mat others[] = {cv::Mat(), RandomImage(6, 8, CV_8UC1), RandomImage(6, 9, CV_16UC1),
-                            RandomImage(6, 9, CV_8UC3), src_.Mat()};
-  for (const cv::Mat& other : others) {
+  const cv::Mat held = RandomImage(6, 9, CV_8UC1);
+  cv::Mat memory_of_others = RandomImage(6, 9, CV_8UC1);
+  const std::function<cv::Mat()> others[] = {
+      [] { return cv::Mat(); },
+      [] { return RandomImage(6, 8, CV_8UC1); },
+      [] { return RandomImage(6, 9, CV_16UC1); },
+      [] { return RandomImage(6, 9, CV_8UC3); },
+      [&] { return src_.Mat(); },
+      [&] { return held; },
+      [&] { return cv::Mat(6, 9, CV_8UC1, memory_of_others.data); },
+  };
+  for (const auto& other : others) {
     StartOver();
-    dst_ = KelImage(other);
+    dst_ = KelImage(other());
     EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, Invert), STATUS_OK);
     EXPECT_TRUE(RegionCalls().at(1).out.empty());
   }
