@@ -26,7 +26,7 @@ class BoundBuffer {
   // The same for an input that Bind is not told of.
   static void KeepPixels(cv::Mat& buffer, const KelImage& input);
 
-  bool bound() const { return bound_ != nullptr; }
+  bool IsBound() const { return bound_ != nullptr; }
 
   // The whole buffer holds a result.
   void MarkOverwritten() { bound_ = nullptr; }

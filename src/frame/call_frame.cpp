@@ -191,7 +191,7 @@ cv::Mat CallFrame::MatrixToRestoreInto(const KelImage& dst) const {
   const cv::Mat& pixels = input_->Mat();
   const cv::Mat& own = dst.Mat();
   const bool must_survive = policy_.after_restore == AfterRestore::kOnlyOnSuccess;
-  const bool reuse = !must_survive && !bound_.bound() && own.dims <= 2 &&
+  const bool reuse = !must_survive && !bound_.IsBound() && own.dims <= 2 &&
                      own.size() == pixels.size() && own.type() == pixels.type() && IsHeldAlone(own);
   return reuse ? own : cv::Mat();
 }
