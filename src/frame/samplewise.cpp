@@ -38,18 +38,25 @@ void CombineWithConstant(const KelImage& src, KelImage* dst, kernels::Combinatio
   });
 }
 
+void CombineMatrices(const cv::Mat& first, const cv::Mat& second, cv::Mat* result,
+                     kernels::Combination operation, std::size_t serial_bytes) {
+  ForDepth(first.depth(), [&]<class Sample>(Sample) {
+    const auto kernel = kernels::ActiveRowKernels().For<Sample>().combine_images[operation];
+    const auto body = [&](const RowRange& rows) {
+      kernel(RowsOf<const Sample>(first, rows), RowsOf<const Sample>(second, rows),
+             RowsOf<Sample>(*result, rows),
+             Optimized(BlocksOnly(first, rows), *result, first, second));
+    };
+    ForEachRowRange(first.rows, 3 * PixelBytes(first), body, serial_bytes);
+  });
+}
+
 void CombineImages(const KelImage& first, const KelImage& second, KelImage* dst,
                    kernels::Combination operation) {
   ComputePixelwise(first.Mat(), dst, [&](const cv::Mat& a, cv::Mat& result) {
     cv::Mat copy;
     const cv::Mat& b = InputToReadWhileWriting(result, second.Mat(), &copy);
-    ForDepth(a.depth(), [&]<class Sample>(Sample) {
-      const auto kernel = kernels::ActiveRowKernels().For<Sample>().combine_images[operation];
-      ForEachRowRange(a.rows, 3 * PixelBytes(a), [&](const RowRange& rows) {
-        kernel(RowsOf<const Sample>(a, rows), RowsOf<const Sample>(b, rows),
-               RowsOf<Sample>(result, rows), Optimized(BlocksOnly(a, rows), result, a, b));
-      });
-    });
+    CombineMatrices(a, b, &result, operation);
   });
 }
 

@@ -1,5 +1,6 @@
 // BitAnd, BitOr, BitXor.
 
+#include <cstddef>
 #include <exception>
 #include <opencv2/core.hpp>
 
@@ -7,6 +8,7 @@
 #include "frame/call_log.h"
 #include "frame/checks.h"
 #include "frame/function_ref.h"
+#include "frame/samplewise.h"
 #include "twoimage/placed_images.h"
 
 namespace KELRA {
@@ -14,7 +16,7 @@ namespace {
 
 struct Bitwise {
   LogLines lines;
-  void (*combine)(cv::InputArray, cv::InputArray, cv::OutputArray, cv::InputArray);
+  kernels::Combination combination;
   // What leaves the other operand as it is; it surrounds the turned image.
   bool neutral_is_all_ones;
 
@@ -23,9 +25,9 @@ struct Bitwise {
   }
 };
 
-constexpr Bitwise kBitAnd{log_lines::kBitAnd, cv::bitwise_and, true};
-constexpr Bitwise kBitOr{log_lines::kBitOr, cv::bitwise_or, false};
-constexpr Bitwise kBitXor{log_lines::kBitXor, cv::bitwise_xor, false};
+constexpr Bitwise kBitAnd{log_lines::kBitAnd, kernels::kBitAnd, true};
+constexpr Bitwise kBitOr{log_lines::kBitOr, kernels::kBitOr, false};
+constexpr Bitwise kBitXor{log_lines::kBitXor, kernels::kBitXor, false};
 
 // Errors of OpenCV, and want of memory, become the given status.
 Status Guarded(KelLong failure, FunctionRef<void()> call) {
@@ -63,10 +65,11 @@ KelLong PlacedBitwise(const Bitwise& operation, KelImage& image1, KelImage& imag
     }));
     placement = PlaceTurned(first.size(), second.size(), Footprint(upright, position, angle));
   }
+  const std::size_t serial_bytes = angle == 0 ? kSerialBytes : kSerialBytesBehindOpenCv;
   return Guarded(ERR_BITWISE_EXCEPTION, [&] {
     CombinePlaced(first, second, placement, result,
                   [&](const cv::Mat& a, const cv::Mat& b, cv::Mat* out) {
-                    operation.combine(a, b, *out, cv::noArray());
+                    CombineMatrices(a, b, out, operation.combination, serial_bytes);
                   });
   });
 }
