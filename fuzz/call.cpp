@@ -86,7 +86,8 @@ Call ReadCall(InputReader* reader, Scene* scene) {
   call.second = &scene->Image(reader->OneOf(kSecond));
   call.output = reader->Rarely(32) ? nullptr : &scene->Image(reader->OneOf(kOutput));
   const cv::Mat& first = call.first->Mat();
-  const cv::Size size = first.dims <= 2 ? first.size() : cv::Size();
+  // A header that was copied from an empty one may still have rows of -1.
+  const cv::Size size = first.dims <= 2 && first.rows > 0 ? first.size() : cv::Size();
   call.value = first.depth() == CV_8U ? reader->Mostly(0, 255) : reader->Mostly(0, 65535);
   call.mode = reader->Mostly(-1, 12);
   call.channel = reader->Mostly(0, 4);
