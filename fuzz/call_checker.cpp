@@ -38,7 +38,8 @@ bool InEfficiencyMode() { return KELRA::LoadedSettings().efficiency != 0; }
 // An image without pixels keeps its type, too.
 KelImage Copy(const KelImage& image) {
   const cv::Mat& mat = image.Mat();
-  return KelImage(mat.empty() && mat.dims <= 2 ? cv::Mat(mat.size(), mat.type()) : mat.clone());
+  const bool has_size = mat.dims <= 2 && mat.rows >= 0 && mat.cols >= 0;
+  return KelImage(mat.empty() && has_size ? cv::Mat(mat.size(), mat.type()) : mat.clone());
 }
 
 // The operands of a call, packed and apart from each other; the output is a new one.
