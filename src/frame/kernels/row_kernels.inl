@@ -1,8 +1,8 @@
 // The row kernels in terms of the vector operations of the instruction set that includes this.
 //
-// A formula gives its value for one vector and for one sample side by side; Walk applies it to
-// rows. A scaled formula is made of a term, the operation's own (t = s op o), and of a finish,
-// which makes samples of t * scale + offset.
+// A formula gives its values for a vector of samples; Walk applies it to rows. A scaled formula is
+// made of a term, the operation's own (t = s op o), and of a finish, which makes samples of
+// t * scale + offset.
 
 // What widened samples exceed their values by.
 inline constexpr float kBias = 8388608.0F;
@@ -27,20 +27,20 @@ template <class Sample>
 inline constexpr float kLimit = sizeof(Sample) == 1 ? 255.0F : 65535.0F;
 
 // Terms of a sample and a constant. The vector form takes biased samples, since some of them take
-// the bias away in the same step.
+// the bias away in the same step. The plain form tells the range of the values.
 
 struct PlusConstant {
   float constant;
 
   Floats Vector(Floats biased) const { return Shifted(biased, -constant); }
-  float Scalar(float s) const { return s + constant; }
+  float Plain(float s) const { return s + constant; }
 };
 
 struct MinusConstant {
   float constant;
 
   Floats Vector(Floats biased) const { return Shifted(biased, constant); }
-  float Scalar(float s) const { return s - constant; }
+  float Plain(float s) const { return s - constant; }
 };
 
 struct TimesConstant {
@@ -49,7 +49,7 @@ struct TimesConstant {
   Floats Vector(Floats biased) const {
     return SubtractAndScale(biased, Set(kBias), Set(constant), Set(kBias * constant));
   }
-  float Scalar(float s) const { return s * constant; }
+  float Plain(float s) const { return s * constant; }
 };
 
 struct DividedByConstant {
@@ -58,7 +58,7 @@ struct DividedByConstant {
 
   // The division keeps the multipliers busy; this subtraction takes an adder.
   Floats Vector(Floats biased) const { return Divide(Subtract(biased, Set(kBias)), divisor); }
-  float Scalar(float s) const { return s / constant; }
+  float Plain(float s) const { return s / constant; }
 };
 
 // Terms of two samples, and the range of their values for samples up to `limit`. Those of bytes
@@ -70,7 +70,6 @@ struct Sum {
   static constexpr std::uint8_t kAbove = 0;
   static Words OfWords(Words a, Words b) { return Add(a, b); }
   static Floats Vector(Floats a, Floats b) { return Add(a, b); }
-  static float Scalar(float a, float b) { return a + b; }
   static float Lowest(float) { return 0.0F; }
   static float Highest(float limit) { return limit + limit; }
 };
@@ -80,7 +79,6 @@ struct Difference {
   static constexpr std::uint8_t kAbove = 1;
   static Words OfWords(Words a, Words b) { return Subtract(a, b); }
   static Floats Vector(Floats a, Floats b) { return Subtract(a, b); }
-  static float Scalar(float a, float b) { return a - b; }
   static float Lowest(float limit) { return -limit; }
   static float Highest(float limit) { return limit; }
 };
@@ -90,7 +88,6 @@ struct Product {
   static constexpr std::uint8_t kAbove = 0;
   static Words OfWords(Words a, Words b) { return MultiplyLow(a, b); }
   static Floats Vector(Floats a, Floats b) { return Multiply(a, b); }
-  static float Scalar(float a, float b) { return a * b; }
   static float Lowest(float) { return 0.0F; }
   static float Highest(float limit) { return limit * limit; }
 };
@@ -98,42 +95,35 @@ struct Product {
 struct Quotient {
   static constexpr bool kInWords = false;
   static Floats Vector(Floats a, Floats b) { return Divide(a, b); }
-  static float Scalar(float a, float b) { return a / b; }
   static float Lowest(float) { return 0.0F; }
   static float Highest(float limit) { return limit; }
 };
 
-// Clamps, and truncates toward zero; NaN gives 0.
-template <class Sample>
-inline Sample Saturate(float y) {
-  if (y >= kLimit<Sample>) {
-    return static_cast<Sample>(kLimit<Sample>);
-  }
-  return y > 0.0F ? static_cast<Sample>(y) : Sample{0};
-}
+struct Truncated {
+  using InTail = Truncated;
 
-// To the nearest integer, ties to even, in vectors; truncated in the tail.
+  Floats Moved(Floats y) const { return y; }
+  static auto Convert(Floats y) { return Truncate(y); }
+};
+
+// To the nearest integer, ties to even, in blocks; truncated in the tail.
 struct NearestInBlocks {
+  using InTail = Truncated;
+
   Floats Moved(Floats y) const { return y; }
   static auto Convert(Floats y) { return ToNearest(y); }
-  template <class Sample>
-  static Sample Tail(float y) {
-    return Saturate<Sample>(y);
-  }
 };
 
 // Half up. The sum with 0.5 is formed in single precision: forming it in double and rounding that
 // would not change it, as a double has more than twice the digits (Figueroa, "When is double
 // rounding innocuous?", 1995).
 struct HalfUp {
+  using InTail = HalfUp;
+
   Floats half_lanes = Set(0.5F);
 
   Floats Moved(Floats y) const { return Add(y, half_lanes); }
   static auto Convert(Floats y) { return Truncate(y); }
-  template <class Sample>
-  static Sample Tail(float y) {
-    return Saturate<Sample>(y + 0.5F);
-  }
 };
 
 // Whether t * scale + offset fits an integer for every t of a range, so that packing alone
@@ -174,9 +164,6 @@ struct Finish {
     return kRange == Range::kAny ? Min(Set(kLimit<Sample>), y) : y;
   }
   auto Vector(Floats t) const { return Rounding::Convert(Value(t)); }
-  Sample Scalar(float t) const {
-    return Rounding::template Tail<Sample>(t * linear.scale + linear.offset);
-  }
 };
 
 template <class Sample, class Term, class Rounding, Range kRange>
@@ -193,7 +180,9 @@ struct OfConstant {
     const WordsAsFloats w = WidenBiased(s);
     return Narrow(Part(w.part[0]), Part(w.part[1]));
   }
-  Sample Scalar(Sample s) const { return finish.Scalar(term.Scalar(static_cast<float>(s))); }
+  auto Tail() const {
+    return OfConstant<Sample, Term, typename Rounding::InTail, kRange>{term, {finish.linear, {}}};
+  }
 };
 
 template <class Sample, class Term, class Rounding, Range kRange>
@@ -228,84 +217,43 @@ struct OfImages {
     const WordsAsFloats w = Widen(b);
     return Narrow(Part(v.part[0], w.part[0]), Part(v.part[1], w.part[1]));
   }
-  Sample Scalar(Sample a, Sample b) const {
-    if (std::is_same_v<Term, Quotient> && b == 0) {
-      return 0;
-    }
-    return finish.Scalar(Term::Scalar(static_cast<float>(a), static_cast<float>(b)));
+  auto Tail() const {
+    return OfImages<Sample, Term, typename Rounding::InTail, kRange>{{finish.linear, {}}};
   }
 };
 
-template <class Sample>
-inline Sample SaturateInteger(int value) {
-  constexpr int kLargest = sizeof(Sample) == 1 ? 255 : 65535;
-  return static_cast<Sample>(value < 0 ? 0 : value > kLargest ? kLargest : value);
-}
-
 struct SaturatedSum {
   static auto Vector(auto a, auto b) { return AddSaturated(a, b); }
-  template <class Sample>
-  static Sample Scalar(Sample a, Sample b) {
-    return SaturateInteger<Sample>(a + b);
-  }
 };
 
 struct SaturatedDifference {
   static auto Vector(auto a, auto b) { return SubtractSaturated(a, b); }
-  template <class Sample>
-  static Sample Scalar(Sample a, Sample b) {
-    return SaturateInteger<Sample>(a - b);
-  }
 };
 
 struct BitwiseAnd {
   static auto Vector(auto a, auto b) { return And(a, b); }
-  template <class Sample>
-  static Sample Scalar(Sample a, Sample b) {
-    return static_cast<Sample>(a & b);
-  }
 };
 
 struct BitwiseOr {
   static auto Vector(auto a, auto b) { return Or(a, b); }
-  template <class Sample>
-  static Sample Scalar(Sample a, Sample b) {
-    return static_cast<Sample>(a | b);
-  }
 };
 
 struct BitwiseXor {
   static auto Vector(auto a, auto b) { return Xor(a, b); }
-  template <class Sample>
-  static Sample Scalar(Sample a, Sample b) {
-    return static_cast<Sample>(a ^ b);
-  }
 };
 
 struct Maximum {
   static auto Vector(auto a, auto b) { return Larger(a, b); }
-  template <class Sample>
-  static Sample Scalar(Sample a, Sample b) {
-    return a > b ? a : b;
-  }
 };
 
 struct Minimum {
   static auto Vector(auto a, auto b) { return Smaller(a, b); }
-  template <class Sample>
-  static Sample Scalar(Sample a, Sample b) {
-    return a < b ? a : b;
-  }
 };
 
 // One of the two saturated differences is 0.
 struct AbsoluteDifference {
   static auto Vector(auto a, auto b) {
     return Or(SubtractSaturated(a, b), SubtractSaturated(b, a));
-  }
-  template <class Sample>
-  static Sample Scalar(Sample a, Sample b) {
-    return static_cast<Sample>(a > b ? a - b : b - a);
   }
 };
 
@@ -318,11 +266,6 @@ struct Mean {
   }
   static Bytes Vector(Bytes a, Bytes b) { return Vector(a, b, Set(std::uint8_t{1})); }
   static Words Vector(Words a, Words b) { return Vector(a, b, Set(std::uint16_t{1})); }
-  template <class Sample>
-  static Sample Scalar(Sample a, Sample b) {
-    const int below = (a + b) / 2;
-    return static_cast<Sample>(below + ((a + b) & below & 1));
-  }
 };
 
 // An integer formula whose second operand is the same everywhere.
@@ -332,7 +275,6 @@ struct WithOperand {
   decltype(Set(Sample{})) operand_lanes = Set(operand);
 
   auto Vector(auto s) const { return Formula::Vector(s, operand_lanes); }
-  Sample Scalar(Sample s) const { return Formula::Scalar(s, operand); }
 };
 
 // To the nearest integer. No root of a sample lies within 2^-12 of a half, so one that is off by
@@ -356,11 +298,6 @@ struct Root {
   Words Vector(Words s) const {
     const WordsAsFloats w = WidenBiased(s);
     return Narrow(Part(w.part[0]), Part(w.part[1]));
-  }
-  Sample Scalar(Sample s) const {
-    Sample lanes[kLanes<Sample>];
-    Store(lanes, Vector(Set(s)));
-    return lanes[0];
   }
 };
 
@@ -471,18 +408,33 @@ inline void WalkBlocks(const Formula& formula, std::ptrdiff_t count, Sample* dst
   }
 }
 
+// What computes a row's tail: the formula itself unless it has another for that.
+template <class Formula>
+inline auto TailOf(const Formula& f) {
+  if constexpr (requires { f.Tail(); }) {
+    return f.Tail();
+  } else {
+    return f;
+  }
+}
+
 template <bool kStreaming, class Formula, class Sample, class... Inputs>
 inline void WalkRows(Formula f, Extent extent, Rows<Sample> dst, Inputs... src) {
+  const auto tail = TailOf(f);
   for (std::ptrdiff_t row = 0; row < extent.rows; ++row) {
     WalkBlocks<kStreaming>(f, extent.blocks, dst[row], src[row]...);
-    for (std::ptrdiff_t i = extent.blocks; i < extent.samples; ++i) {
-      dst[row][i] = f.Scalar(src[row][i]...);
+    std::ptrdiff_t done = extent.blocks;
+    for (; done + kLanes<Sample> <= extent.samples; done += kLanes<Sample>) {
+      Store(dst[row] + done, tail.Vector(Load(src[row] + done)...));
+    }
+    if (done < extent.samples) {
+      ApplyPartially(tail, extent.samples - done, dst[row] + done, (src[row] + done)...);
     }
   }
 }
 
-// The one loop over rows: the blocks in vectors, then the tail sample by sample. The output may be
-// an input: every sample is read before it is written.
+// The one loop over rows: the blocks, then the tail. The output may be an input: every sample is
+// read before it is written.
 template <class Formula, class Sample, class... Inputs>
 inline void Walk(const Formula& f, Extent extent, Rows<Sample> dst, Inputs... src) {
   if (extent.streaming) {
@@ -578,32 +530,40 @@ struct Nearest {
 
 // What a formula gives for each of the 256 bytes.
 template <class Formula>
-struct Tabulated {
-  const Formula& formula;
-  ByteTable table = Tabulate(formula);
-
-  static ByteTable Tabulate(const Formula& f) {
-    alignas(64) std::uint8_t entries[256];
-    for (int i = 0; i < 256; ++i) {
-      entries[i] = static_cast<std::uint8_t>(i);
-    }
-    Walk(f, Extent{1, 256, 256}, Rows<std::uint8_t>{entries, 256},
-         Rows<const std::uint8_t>{entries, 256});
-    return LoadTable(entries);
+inline ByteTable Tabulate(const Formula& f) {
+  alignas(64) std::uint8_t entries[256];
+  for (int i = 0; i < 256; ++i) {
+    entries[i] = static_cast<std::uint8_t>(i);
   }
+  Walk(f, Extent{1, 256, 256}, Rows<std::uint8_t>{entries, 256},
+       Rows<const std::uint8_t>{entries, 256});
+  return LoadTable(entries);
+}
+
+struct FromTable {
+  ByteTable table;
 
   Bytes Vector(Bytes s) const { return Lookup(table, s); }
-  std::uint8_t Scalar(std::uint8_t s) const { return formula.Scalar(s); }
+};
+
+struct FromTables {
+  FromTable blocks;
+  FromTable tail;
+
+  Bytes Vector(Bytes s) const { return blocks.Vector(s); }
+  FromTable Tail() const { return tail; }
 };
 
 template <class Formula>
 inline void WalkOneInput(const Formula& f, Extent extent, Rows<std::uint8_t> dst,
                          Rows<const std::uint8_t> src) {
   constexpr std::ptrdiff_t kWorthTabulating = 1024;
-  if (extent.rows * extent.blocks >= kWorthTabulating) {
-    Walk(Tabulated<Formula>{f}, extent, dst, src);
-  } else {
+  if (extent.rows * extent.blocks < kWorthTabulating) {
     Walk(f, extent, dst, src);
+  } else if (extent.blocks == extent.samples) {
+    Walk(FromTable{Tabulate(f)}, extent, dst, src);
+  } else {
+    Walk(FromTables{{Tabulate(f)}, {Tabulate(TailOf(f))}}, extent, dst, src);
   }
 }
 
@@ -634,7 +594,7 @@ void WithConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, float
   const auto use = [&]<Range kRange>(const Finish<Sample, Rounding, kRange>& finish) {
     WalkOneInput(OfConstant<Sample, Term, Rounding, kRange>{term, finish}, extent, dst, src);
   };
-  WithFinish<Sample, Rounding>(term.Scalar(0.0F), term.Scalar(kLimit<Sample>), linear, use);
+  WithFinish<Sample, Rounding>(term.Plain(0.0F), term.Plain(kLimit<Sample>), linear, use);
 }
 
 // s / constant * scale + offset, rounded half up, as one product and one sum.
@@ -646,7 +606,6 @@ void WithConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, float
 // any evaluation that aims g / 2 too high and is off by less than that. A test compares all pairs.
 template <class Sample>
 struct WholeQuotient {
-  OfConstant<Sample, DividedByConstant, HalfUp, Range::kAny> formula;
   Floats factor_lanes;
   Floats addend_lanes;
 
@@ -661,7 +620,6 @@ struct WholeQuotient {
     const WordsAsFloats w = WidenBiased(s);
     return Narrow(Part(w.part[0]), Part(w.part[1]));
   }
-  Sample Scalar(Sample s) const { return formula.Scalar(s); }
 };
 
 // The g above, or 0 where the steps may be off by too much.
@@ -690,8 +648,7 @@ void DivideByConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, f
   if (grid > 0) {
     const auto factor = static_cast<float>(linear.scale / static_cast<double>(constant));
     const auto addend = static_cast<float>(linear.offset + 0.5 + grid / 2);
-    WalkOneInput(WholeQuotient<Sample>{{{constant}, {linear, {}}}, Set(factor), Set(addend)},
-                 extent, dst, src);
+    WalkOneInput(WholeQuotient<Sample>{Set(factor), Set(addend)}, extent, dst, src);
   } else {
     WithConstant<Sample, DividedByConstant, HalfUp>(src, dst, extent, constant, linear);
   }
