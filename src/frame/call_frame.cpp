@@ -1,5 +1,10 @@
 #include "frame/call_frame.h"
 
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <utility>
+
 #include "frame/load_time_state.h"
 #include "frame/region_rows.h"
 #include "frame/result_matrix.h"
@@ -13,6 +18,25 @@ cv::Mat ConstantImage(cv::Size size) {
   cv::Mat image(size, CV_8UC1, cv::Scalar(255));
   log.Exit();
   return image;
+}
+
+// Asks the region library for a cut-out that is a part of the matrix, not a copy: no rows of it.
+cv::Mat NoRowsOf(const cv::Mat& mat) {
+  return mat.dims <= 2 ? cv::Mat(0, mat.cols, mat.type(), mat.data, mat.step[0]) : cv::Mat();
+}
+
+// Where `part` lies in `whole`, when it is a part of it.
+std::optional<cv::Rect> PlaceOf(const cv::Mat& part, const cv::Mat& whole) {
+  if (part.empty() || part.dims > 2 || part.type() != whole.type() ||
+      part.step[0] != whole.step[0] || std::less<>()(part.data, whole.data) ||
+      !std::less<>()(part.data, whole.dataend)) {
+    return std::nullopt;
+  }
+  const auto offset = static_cast<std::size_t>(part.data - whole.data);
+  const cv::Rect place(static_cast<int>(offset % whole.step[0] / whole.elemSize()),
+                       static_cast<int>(offset / whole.step[0]), part.cols, part.rows);
+  const bool inside = (place & cv::Rect({}, whole.size())) == place;
+  return inside ? std::optional(place) : std::nullopt;
 }
 
 }  // namespace
@@ -151,31 +175,39 @@ Status CallFrame::BringBackOutsideMask(Status made, const cv::Mat& mask, const c
 }
 
 Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
-  cv::Mat cut;
-  if (const Status status = RegionConverter().ROIImageExtraction(input_->Mat(), roi, &cut, 1, 0.0);
+  cv::Mat& input = input_->Mat();
+  cv::Mat cut = policy_.reads == Reads::kSamePixel ? NoRowsOf(input) : cv::Mat();
+  if (const Status status = RegionConverter().ROIImageExtraction(input, roi, &cut, 1, 0.0);
       !status.ok()) {
     return Fail(Fallback::kExtraction, status, dst);
   }
-  // The result may overwrite a cut-out that is nobody else's.
-  const bool overwrite = policy_.shared_output == SharedOutput::kAsIfSeparate && IsHeldAlone(cut);
-  const KelImage part(cut);
+  cv::Mat restored = MatrixToRestoreInto(*dst);
   KelImage part_result;
-  if (overwrite) {
-    part_result = part;
+  if (const std::optional<cv::Rect> place = PlaceOf(cut, input)) {
+    // From the input to where the result belongs, without a copy of either.
+    if (restored.empty()) {
+      restored.create(input.size(), input.type());
+    }
+    part_result.Mat() = restored(*place);
+  } else if (policy_.shared_output == SharedOutput::kAsIfSeparate && IsHeldAlone(cut)) {
+    part_result.Mat() = cut;
   }
+  KelImage part;
+  part.Mat() = std::move(cut);
   if (const Status status = work(part, &part_result); !status.ok()) {
     return Fail(Fallback::kPartWork, status, dst);
   }
-  cv::Mat restored = MatrixToRestoreInto(*dst);
-  cv::Mat changed_part = part_result.Mat();
+  if (!restored.empty()) {
+    restored.resize(0);  // its memory is offered, its content is not
+  }
   const Status status =
-      RegionConverter().ROIImageRestore(input_->Mat(), changed_part, roi, &restored, 1);
-  if (!status.ok() && restored.data == dst->Mat().data) {
+      RegionConverter().ROIImageRestore(input, part_result.Mat(), roi, &restored, 1);
+  if (restored.empty()) {
     restored.release();
   }
   const AfterRestore after = policy_.after_restore;
   if (status.ok() || after != AfterRestore::kOnlyOnSuccess) {
-    dst->Mat() = restored;
+    dst->Mat() = std::move(restored);
   }
   if (status.ok() || after == AfterRestore::kAssignAndLogAlways ||
       after == AfterRestore::kIgnoreStatus) {
@@ -192,7 +224,8 @@ cv::Mat CallFrame::MatrixToRestoreInto(const KelImage& dst) const {
   const cv::Mat& own = dst.Mat();
   const bool must_survive = policy_.after_restore == AfterRestore::kOnlyOnSuccess;
   const bool reuse = !must_survive && !bound_.IsBound() && own.dims <= 2 &&
-                     own.size() == pixels.size() && own.type() == pixels.type() && IsHeldAlone(own);
+                     own.size() == pixels.size() && own.type() == pixels.type() &&
+                     IsHeldAlone(own) && !SharesPixels(own, pixels);
   return reuse ? own : cv::Mat();
 }
 

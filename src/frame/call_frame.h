@@ -56,6 +56,12 @@ enum class MaskTemplate {
   kConstantImage,  // one channel, 8 bits, all 255; making it is logged as CreateConst
 };
 
+// Which pixels of the input decide about a pixel of the result.
+enum class Reads {
+  kSamePixel,  // what surrounds a cut-out does not matter: it need not be blanked
+  kSameRow,
+};
+
 // What becomes of an output that shares pixels with the input, on the whole image and on the mask
 // path.
 enum class SharedOutput {
@@ -72,6 +78,7 @@ struct FramePolicy {
   Fallback fallback = Fallback::kAlways;
   AfterRestore after_restore = AfterRestore::kAssignAndLogOnSuccess;
   MaskTemplate mask_template = MaskTemplate::kInput;
+  Reads reads = Reads::kSamePixel;
   SharedOutput shared_output = SharedOutput::kAsIfSeparate;
 };
 
@@ -104,8 +111,8 @@ class CallFrame {
   Status BringBackOutsideMask(Status made, const cv::Mat& mask, const cv::Mat& pixels,
                               KelImage* dst);
   Status RunOnPart(KelROI& roi, KelImage* dst, Work work);
-  // The output's own matrix where that fits, nobody else holds it, and a failure need not leave it
-  // as it is; otherwise an empty one.
+  // The output's own matrix where that fits, nobody else holds it, it lies apart from the input,
+  // and a failure need not leave it as it is; otherwise an empty one.
   cv::Mat MatrixToRestoreInto(const KelImage& dst) const;
   void KeepInput(KelImage& src, KelImage* dst);
   // Applies the policy's fallback for the failed step and returns its status.

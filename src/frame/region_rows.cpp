@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <opencv2/core/hal/intrin.hpp>
 #include <variant>
 
 #include "frame/row_engine.h"
@@ -21,39 +24,49 @@ bool HasInsidePixel(const cv::Mat& mask, int row) {
   return std::memchr(mask.ptr(row), kInside, static_cast<std::size_t>(mask.cols)) != nullptr;
 }
 
-// The first column from `column` on that is fully inside, or not; `columns` when there is none.
-int NextInside(const std::uint8_t* mask, int column, int columns) {
-  const void* found =
-      std::memchr(mask + column, kInside, static_cast<std::size_t>(columns - column));
-  return found == nullptr ? columns
-                          : static_cast<int>(static_cast<const std::uint8_t*>(found) - mask);
+constexpr int kWordPixels = 64;
+
+// Bit i tells whether pixel i is fully inside, for as many as there are and a word holds.
+std::uint64_t InsideBits(const std::uint8_t* mask, std::ptrdiff_t count) {
+  std::uint64_t bits = 0;
+  if (count < kWordPixels) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+      bits |= static_cast<std::uint64_t>(mask[i] == kInside) << i;
+    }
+    return bits;
+  }
+  const cv::v_uint8x16 inside = cv::v_setall_u8(kInside);
+  for (int i = 0; i < kWordPixels; i += cv::v_uint8x16::nlanes) {
+    const int lanes = cv::v_signmask(cv::v_load(mask + i) == inside);
+    bits |= static_cast<std::uint64_t>(static_cast<std::uint32_t>(lanes)) << i;
+  }
+  return bits;
 }
 
-int NextOutside(const std::uint8_t* mask, int column, int columns) {
-  constexpr int kWord = sizeof(std::uint64_t);
-  for (; column + kWord <= columns; column += kWord) {
-    std::uint64_t word;
-    std::memcpy(&word, mask + column, sizeof(word));
-    if (word != ~std::uint64_t{0}) {
-      break;
+// Copies the pixels that are not fully inside. Regions have few runs in a row: copying the gaps
+// takes a fraction of looking at every pixel.
+void CopyGaps(const std::uint8_t* from, const std::uint8_t* mask, std::ptrdiff_t count,
+              std::size_t pixel_bytes, std::uint8_t* to) {
+  const auto copy = [=](std::ptrdiff_t begin, std::ptrdiff_t end) {
+    const std::size_t offset = static_cast<std::size_t>(begin) * pixel_bytes;
+    std::memcpy(to + offset, from + offset, static_cast<std::size_t>(end - begin) * pixel_bytes);
+  };
+  bool outside = true;
+  std::ptrdiff_t gap = 0;  // where it began, while outside
+  for (std::ptrdiff_t word = 0; word < count; word += kWordPixels) {
+    const std::uint64_t inside = InsideBits(mask + word, count - word);
+    const std::uint64_t before = inside << 1 | static_cast<std::uint64_t>(!outside);
+    for (std::uint64_t changes = inside ^ before; changes != 0; changes &= changes - 1) {
+      const std::ptrdiff_t pixel = word + std::countr_zero(changes);
+      if (outside) {
+        copy(gap, pixel);
+      }
+      gap = pixel;
+      outside = !outside;
     }
   }
-  while (column < columns && mask[column] == kInside) {
-    ++column;
-  }
-  return column;
-}
-
-// Copies the pixels of a row that are not fully inside. Regions have few runs in a row: copying
-// the gaps takes a fraction of looking at every pixel.
-void CopyGaps(const std::uint8_t* from, const std::uint8_t* mask, int columns,
-              std::size_t pixel_bytes, std::uint8_t* to) {
-  for (int column = 0; column < columns;) {
-    const int inside = NextInside(mask, column, columns);
-    const std::size_t offset = static_cast<std::size_t>(column) * pixel_bytes;
-    const std::size_t bytes = static_cast<std::size_t>(inside - column) * pixel_bytes;
-    std::memcpy(to + offset, from + offset, bytes);
-    column = NextOutside(mask, inside, columns);
+  if (outside) {
+    copy(gap, count);
   }
 }
 
@@ -101,12 +114,16 @@ bool CoversOnly(const cv::Mat& mask, cv::Size size, cv::Range rows) {
 
 void BringBackOutside(const cv::Mat& input, const cv::Mat& mask, cv::Range rows, cv::Mat* result) {
   CV_Assert(mask.dims <= 2 && mask.size() == input.size() && mask.type() == CV_8UC1);
+  const bool one_line = input.isContinuous() && mask.isContinuous() && result->isContinuous();
   ForEachRowRange(input.rows, 2 * tbbup::PixelBytes(input), [&](const RowRange& range) {
     const int begin = std::clamp(rows.start, range.begin(), range.end());
     const int end = std::clamp(rows.end, begin, range.end());
     CopyPlainRows(input, range.begin(), begin, result);
-    for (int row = begin; row < end; ++row) {
-      CopyGaps(input.ptr(row), mask.ptr(row), input.cols, input.elemSize(), result->ptr(row));
+    // Rows that follow each other without a gap are one long row.
+    const int rows_at_once = one_line ? end - begin : 1;
+    for (int row = begin; row < end; row += rows_at_once) {
+      CopyGaps(input.ptr(row), mask.ptr(row), std::ptrdiff_t{input.cols} * rows_at_once,
+               input.elemSize(), result->ptr(row));
     }
     CopyPlainRows(input, end, range.end(), result);
   });

@@ -19,6 +19,7 @@ constexpr FramePolicy kCompareConst{
     .lines = log_lines::kCompareConst,
     .fallback = Fallback::kMaskPath,
     .after_restore = AfterRestore::kAssignAndLogAlways,
+    .reads = Reads::kSameRow,
 };
 
 Status CheckMode(int mode, KelLong failure) {

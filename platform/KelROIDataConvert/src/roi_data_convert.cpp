@@ -5,6 +5,7 @@
 #include <exception>
 #include <limits>
 #include <memory>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -40,20 +41,26 @@ struct Coverage {
   SharedRuns covered;
 };
 
+// Remembering a region of more runs would keep megabytes.
+constexpr std::size_t kMostRunsToRemember = 16384;
+
+bool IsSmall(const KelShape& shape) {
+  const auto* region = std::get_if<KelRegion>(&shape);
+  return region == nullptr || region->Runs().size() <= kMostRunsToRemember;
+}
+
 // The shape's pixels, the last ones of each thread kept: an operation cuts a shape out and then
-// puts it back, and the next image often gets the same. Run-length regions tell their pixels
-// themselves, and may be large.
+// puts it back, and the next image often gets the same.
 SharedRuns Covered(const KelROI& roi, cv::Size size) {
-  if (roi.ROIType() == KEL_ROI_REGION) {
-    return std::make_shared<const PixelRuns>(Rasterize(roi.Shape(), size));
-  }
   thread_local Coverage t_last;
-  if (t_last.covered == nullptr || &t_last.roi.Shape() != &roi.Shape() || t_last.size != size) {
-    t_last.covered = std::make_shared<const PixelRuns>(Rasterize(roi.Shape(), size));
-    t_last.roi = roi;
-    t_last.size = size;
+  if (t_last.covered != nullptr && &t_last.roi.Shape() == &roi.Shape() && t_last.size == size) {
+    return t_last.covered;
   }
-  return t_last.covered;
+  auto covered = std::make_shared<const PixelRuns>(Rasterize(roi.Shape(), size));
+  if (IsSmall(roi.Shape())) {
+    t_last = {roi, size, covered};
+  }
+  return covered;
 }
 
 // The pixels of `image` that `roi` covers, at least one of them, or the reason why there are none.
@@ -115,112 +122,121 @@ std::vector<uchar> FilledRow(int type, int pixels, double value) {
   return row;
 }
 
-// Walks the columns [first, end) of a row from left to right and calls `inside(column, count)` for
-// its runs and `outside(column, count)` for what lies between and beside them. `run` is the first
-// run of this or a later row, and is moved behind those of this row.
-template <class Inside, class Outside>
-void WalkRow(int row, int first, int end, std::vector<KelRun>::const_iterator& run,
-             std::vector<KelRun>::const_iterator runs_end, Inside inside, Outside outside) {
-  for (; run != runs_end && run->row == row; ++run) {
-    if (first < run->firstColumn) {
-      outside(first, run->firstColumn - first);
-    }
-    first = run->lastColumn + 1;
-    inside(run->firstColumn, first - run->firstColumn);
-  }
-  if (first < end) {
-    outside(first, end - first);
-  }
-}
-
 // The box of `image`, filled beside the runs.
 cv::Mat CutOut(const cv::Mat& image, const PixelRuns& covered, double fill) {
   const cv::Rect& box = covered.box;
   const std::vector<uchar> filling = FilledRow(image.type(), box.width, fill);
-  const std::size_t pixel_size = image.elemSize();
   cv::Mat cut(box.size(), image.type());
+  const auto bytes = [&](int first, int end) {
+    return static_cast<std::size_t>(end - first) * image.elemSize();
+  };
   auto run = covered.runs.begin();
-  for (int row = box.y; row < box.y + box.height; ++row) {
-    const uchar* from = image.ptr(row, box.x);
-    uchar* to = cut.ptr(row - box.y);
-    const auto offset = [&](int column) {
-      return static_cast<std::size_t>(column - box.x) * pixel_size;
-    };
-    const auto bytes = [&](int count) { return static_cast<std::size_t>(count) * pixel_size; };
-    WalkRow(
-        row, box.x, box.x + box.width, run, covered.runs.end(),
-        [&](int column, int count) {
-          std::memcpy(to + offset(column), from + offset(column), bytes(count));
-        },
-        [&](int column, int count) {
-          std::memcpy(to + offset(column), filling.data(), bytes(count));
-        });
+  for (int row = 0; row < box.height; ++row) {
+    int column = 0;
+    for (; run != covered.runs.end() && run->row == box.y + row; ++run) {
+      const int first = run->firstColumn - box.x;
+      const int end = run->lastColumn + 1 - box.x;
+      std::memcpy(cut.ptr(row, column), filling.data(), bytes(column, first));
+      std::memcpy(cut.ptr(row, first), image.ptr(run->row, run->firstColumn), bytes(first, end));
+      column = end;
+    }
+    std::memcpy(cut.ptr(row) + bytes(0, column), filling.data(), bytes(column, box.width));
   }
   return cut;
 }
 
-void CopyRows(const cv::Mat& from, int first, int end, cv::Mat& to) {
-  const std::size_t row_size = static_cast<std::size_t>(from.cols) * from.elemSize();
-  if (from.isContinuous() && to.isContinuous() && first < end) {
-    std::memcpy(to.ptr(first), from.ptr(first), row_size * static_cast<std::size_t>(end - first));
+// Copies the pixels [first, end), counted row by row, of a matrix into those of another of its size
+// and type.
+void CopyPixels(const cv::Mat& from, std::ptrdiff_t first, std::ptrdiff_t end, cv::Mat& to) {
+  const auto pixel_size = static_cast<std::ptrdiff_t>(from.elemSize());
+  if (from.isContinuous() && to.isContinuous()) {
+    std::memcpy(to.data + first * pixel_size, from.data + first * pixel_size,
+                static_cast<std::size_t>((end - first) * pixel_size));
     return;
   }
-  for (int row = first; row < end; ++row) {
-    std::memcpy(to.ptr(row), from.ptr(row), row_size);
+  while (first < end) {
+    const auto row = static_cast<int>(first / from.cols);
+    const std::ptrdiff_t column = first % from.cols;
+    const std::ptrdiff_t count = std::min(end - first, from.cols - column);
+    std::memcpy(to.ptr(row) + column * pixel_size, from.ptr(row) + column * pixel_size,
+                static_cast<std::size_t>(count * pixel_size));
+    first += count;
   }
+}
+
+// Walks the pixels of an image, counted row by row, and calls `inside(run, first, end)` for those
+// of each run and `outside(first, end)` for what lies between, in turn.
+template <class Inside, class Outside>
+void WalkPixels(cv::Size size, const std::vector<KelRun>& runs, Inside inside, Outside outside) {
+  const std::ptrdiff_t columns = size.width;
+  std::ptrdiff_t next = 0;
+  for (const KelRun& run : runs) {
+    const std::ptrdiff_t first = run.row * columns + run.firstColumn;
+    outside(next, first);
+    next = run.row * columns + run.lastColumn + 1;
+    inside(run, first, next);
+  }
+  outside(next, size.height * columns);
 }
 
 bool LieApart(const cv::Mat& a, const cv::Mat& b) {
   return a.dataend <= b.datastart || b.dataend <= a.datastart;
 }
 
-// `out` itself when the result fits it and does not overwrite what is still read, else a new
-// matrix: the memory of a large one is given to the process page by page, which takes longer than
-// the work.
-cv::Mat MatrixFor(const cv::Mat& image, const cv::Mat& part, const cv::Mat& out) {
-  const bool fits = out.dims <= 2 && out.data != nullptr && out.size() == image.size() &&
-                    out.type() == image.type();
-  return fits && LieApart(out, image) && LieApart(out, part) ? out
-                                                             : cv::Mat(image.size(), image.type());
+bool HoldsNoRowsOf(const cv::Mat& image, const cv::Mat& out) {
+  return out.dims <= 2 && out.rows == 0 && out.data == image.data && out.cols == image.cols &&
+         out.type() == image.type();
 }
 
-// Fills `restored` with `image`, the pixels on the runs taken from `part`, the content of the box.
-// Every byte is written once.
+// Whether `part` is the box of `whole`.
+bool LiesInItsPlace(const cv::Mat& part, const cv::Mat& whole, const cv::Rect& box) {
+  return part.data == whole.ptr(box.y, box.x) && part.step[0] == whole.step[0];
+}
+
+// `out` itself, or the rows that it has reserved, when the result fits there and does not overwrite
+// what is still read, else a new matrix: the memory of a large one is given to the process page by
+// page, which takes longer than the work.
+cv::Mat MatrixFor(const cv::Mat& image, const cv::Mat& part, const cv::Rect& box, cv::Mat out) {
+  if (out.dims <= 2 && out.data != nullptr && out.cols == image.cols &&
+      out.type() == image.type()) {
+    if (out.rows == 0) {
+      out.resize(static_cast<std::size_t>(image.rows));
+    }
+    if (out.rows == image.rows && LieApart(out, image) &&
+        (LieApart(out, part) || LiesInItsPlace(part, out, box))) {
+      return out;
+    }
+  }
+  return {image.size(), image.type()};
+}
+
+// Fills `restored` with `image`, the pixels on the runs taken from `part`, the content of the box,
+// which may lie there already. Every byte is written once.
 void PutBack(const cv::Mat& image, const cv::Mat& part, const PixelRuns& covered,
              cv::Mat& restored) {
   const cv::Rect& box = covered.box;
-  const std::size_t pixel_size = image.elemSize();
-  CopyRows(image, 0, box.y, restored);
-  auto run = covered.runs.begin();
-  for (int row = box.y; row < box.y + box.height; ++row) {
-    const uchar* from_image = image.ptr(row);
-    const uchar* from_part = part.ptr(row - box.y);
-    uchar* to = restored.ptr(row);
-    const auto bytes = [&](int count) { return static_cast<std::size_t>(count) * pixel_size; };
-    WalkRow(
-        row, 0, image.cols, run, covered.runs.end(),
-        [&](int column, int count) {
-          std::memcpy(to + bytes(column), from_part + bytes(column - box.x), bytes(count));
-        },
-        [&](int column, int count) {
-          std::memcpy(to + bytes(column), from_image + bytes(column), bytes(count));
-        });
-  }
-  CopyRows(image, box.y + box.height, image.rows, restored);
+  const bool in_place = LiesInItsPlace(part, restored, box);
+  WalkPixels(
+      image.size(), covered.runs,
+      [&](const KelRun& run, std::ptrdiff_t first, std::ptrdiff_t end) {
+        if (!in_place) {
+          std::memcpy(restored.ptr(run.row, run.firstColumn),
+                      part.ptr(run.row - box.y, run.firstColumn - box.x),
+                      static_cast<std::size_t>(end - first) * image.elemSize());
+        }
+      },
+      [&](std::ptrdiff_t first, std::ptrdiff_t end) { CopyPixels(image, first, end, restored); });
 }
 
 cv::Mat MaskOf(const std::vector<KelRun>& runs, cv::Size size, uchar inside, uchar outside) {
   cv::Mat mask(size, CV_8UC1);
-  auto run = runs.begin();
-  for (int row = 0; row < size.height; ++row) {
-    uchar* to = mask.ptr(row);
-    const auto painted_with = [&](uchar value) {
-      return [to, value](int column, int count) {
-        std::memset(to + column, value, static_cast<std::size_t>(count));
-      };
-    };
-    WalkRow(row, 0, size.width, run, runs.end(), painted_with(inside), painted_with(outside));
-  }
+  const auto fill = [&](std::ptrdiff_t first, std::ptrdiff_t end, uchar value) {
+    std::memset(mask.data + first, value, static_cast<std::size_t>(end - first));
+  };
+  WalkPixels(
+      size, runs,
+      [&](const KelRun&, std::ptrdiff_t first, std::ptrdiff_t end) { fill(first, end, inside); },
+      [&](std::ptrdiff_t first, std::ptrdiff_t end) { fill(first, end, outside); });
   return mask;
 }
 
@@ -239,6 +255,10 @@ KelLong KelROIDataConvert::ROIImageExtraction(cv::Mat& image, KelROI& roi, cv::M
     SharedRuns covered;
     if (const KelLong status = CoveredPixels(image, roi, &covered); status != 0) {
       return status;
+    }
+    if (HoldsNoRowsOf(image, *out)) {
+      *out = image(covered->box);
+      return 0;
     }
     const bool whole = clip == 0 || covered->FillsBox();
     *out = whole ? image(covered->box).clone() : CutOut(image, *covered, fill);
@@ -262,9 +282,9 @@ KelLong KelROIDataConvert::ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI
     if (masked == 0) {
       covered = std::make_shared<const PixelRuns>(Rasterize(ShapeOf(covered->box), image.size()));
     }
-    cv::Mat restored = MatrixFor(image, part, *out);
+    cv::Mat restored = MatrixFor(image, part, covered->box, *out);
     PutBack(image, part, *covered, restored);
-    *out = restored;
+    *out = std::move(restored);
     return 0;
   });
 }

@@ -420,13 +420,94 @@ TEST_F(CallFrameTest, ARestoreIsGivenNoMatrixThatDoesNotFitOrIsStillRead) {
     StartOver();
     dst_ = KelImage(other());
     EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, Invert), STATUS_OK);
-    EXPECT_TRUE(RegionCalls().at(1).out.empty());
+    EXPECT_EQ(RegionCalls().at(1).out.data, nullptr);
   }
+  StartOver();
+  dst_ = KelImage(RandomImage(6, 9, CV_8UC1, 4));
+  KelImage on_the_output(cv::Mat(6, 9, CV_8UC1, dst_.ImageData()));
+  EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, &on_the_output, &dst_, Invert), STATUS_OK);
+  EXPECT_EQ(RegionCalls().at(1).out.data, nullptr);
   StartOver();
   const ScopedSettings settings({.efficiency = 1});
   const FramePolicy bound{.lines = kLines, .bind_buffer = BindBuffer::kAlways};
   EXPECT_EQ(Run(bound, KEL_ROI_CIRCLE, Invert), STATUS_OK);
-  EXPECT_TRUE(RegionCalls().at(1).out.empty());
+  EXPECT_EQ(RegionCalls().at(1).out.data, nullptr);
+}
+
+// What lies around the region in a cut-out may be anything where it decides about no pixel inside.
+TEST_F(CallFrameTest, APartOfTheInputIsAskedForWherePixelsAreReadOneByOne) {
+  for (const Reads reads : {Reads::kSamePixel, Reads::kSameRow}) {
+    StartOver();
+    const FramePolicy policy{.lines = kLines, .reads = reads};
+    EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, Invert), STATUS_OK);
+    const cv::Mat& out = RegionCalls().at(0).out;
+    EXPECT_TRUE(out.empty());
+    EXPECT_EQ(out.data == src_.Mat().data, reads == Reads::kSamePixel);
+  }
+}
+
+TEST_F(CallFrameTest, APartOfTheInputIsWorkedOnFromTheInputToTheOutput) {
+  for (const AfterRestore after : kAllAfterRestore) {
+    for (const bool output_fits : {false, true}) {
+      StartOver();
+      script_->extracted = src_.Mat()(script_->box);
+      dst_ = KelImage(output_fits ? RandomImage(6, 9, CV_8UC1, 4) : marker_.clone());
+      const std::uint8_t* own =
+          output_fits ? dst_.Mat().ptr(script_->box.y, script_->box.x) : nullptr;
+      const FramePolicy policy{.lines = kLines, .after_restore = after};
+      EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, InvertInPlace), STATUS_OK);
+      cv::Mat expected = pixels_.clone();
+      Inverted(pixels_(script_->box)).copyTo(expected(script_->box));
+      EXPECT_TRUE(SameImage(dst_.Mat(), expected));
+      EXPECT_TRUE(SameImage(src_.Mat(), pixels_));
+      const RegionCall& restore = RegionCalls().at(1);
+      EXPECT_EQ(restore.part.data == own, output_fits && after != AfterRestore::kOnlyOnSuccess);
+      EXPECT_EQ(restore.part.step[0], 9U);
+      EXPECT_EQ(restore.part.data - restore.out.data, script_->box.y * 9 + script_->box.x);
+      EXPECT_EQ(restore.out.rows, 0);
+    }
+  }
+}
+
+TEST_F(CallFrameTest, AFailureOnAPartOfTheInputLeavesWhatThePolicySays) {
+  for (const AfterRestore after : kAllAfterRestore) {
+    for (const bool work_fails : {false, true}) {
+      StartOver();
+      script_->extracted = src_.Mat()(script_->box);
+      script_->restore_status = kRegionFails;
+      const cv::Mat before = RandomImage(6, 9, CV_8UC1, 4);
+      dst_ = KelImage(before.clone());
+      const FramePolicy policy{
+          .lines = kLines, .fallback = Fallback::kNever, .after_restore = after};
+      const KelLong status = work_fails ? Run(policy, KEL_ROI_CIRCLE, FailToWork)
+                                        : Run(policy, KEL_ROI_CIRCLE, InvertInPlace);
+      const bool ignored = after == AfterRestore::kIgnoreStatus;
+      EXPECT_EQ(status, work_fails ? kWorkFails : ignored ? KelLong{STATUS_OK} : kRegionFails);
+      const bool untouched = work_fails || after == AfterRestore::kOnlyOnSuccess;
+      EXPECT_EQ(SameImage(dst_.Mat(), before), untouched);
+      EXPECT_EQ(dst_.Mat().empty(), !untouched);
+      EXPECT_TRUE(SameImage(src_.Mat(), pixels_));
+    }
+  }
+}
+
+// A cut-out of the input's type that lies elsewhere, or across the end of its rows, is none.
+TEST_F(CallFrameTest, OtherMatricesAreNotTakenForAPartOfTheInput) {
+  const cv::Mat canvas = RandomImage(6, 12, CV_8UC1);
+  for (const cv::Mat& cut :
+       {RandomImage(3, 5, CV_8UC1, 7), canvas(cv::Rect(9, 1, 3, 2)), canvas(cv::Rect(7, 1, 5, 3)),
+        cv::Mat(3, 2, CV_16UC1, canvas.data, canvas.step[0]), canvas(cv::Rect(2, 4, 5, 2))}) {
+    StartOver();
+    script_->box = cv::Rect(0, 0, cut.cols, cut.rows);
+    script_->extracted = cut;
+    script_->restored = RandomImage(6, 9, CV_8UC1, 8);
+    KelImage src(canvas(cv::Rect(0, 0, 9, 5)));
+    dst_ = KelImage(RandomImage(5, 9, CV_8UC1, 4));
+    const FramePolicy policy{.lines = kLines};
+    EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, &src, &dst_, InvertInPlace), STATUS_OK);
+    EXPECT_TRUE(SameImage(RegionCalls().at(1).part, Inverted(cut)));
+    EXPECT_TRUE(RegionCalls().at(1).part.isContinuous());
+  }
 }
 
 // The status of the work tells whether the output shares the buffer, and that it was cleared.

@@ -141,10 +141,13 @@ TEST_P(Operations, WorkInsideTheRegionAndKeepTheInputOutside) {
       const kelra_reference::Work work = [](const cv::Mat& part) {
         return Expected(GetParam(), part, 90);
       };
+      const cv::Mat expected = kelra_reference::InsideMask(image, work(image), mask);
       KelImage dst;
-      ASSERT_EQ(Compute(image, roi, &dst, 90), STATUS_OK);
-      EXPECT_TRUE(SameImage(dst.Mat(), kelra_reference::InsideMask(image, work(image), mask)))
-          << roi.ROIType();
+      for (int call = 1; call <= 2; ++call) {  // into a new matrix, then into the same
+        ASSERT_EQ(Compute(image, roi, &dst, 90), STATUS_OK);
+        EXPECT_TRUE(SameImage(dst.Mat(), expected)) << roi.ROIType() << ' ' << call;
+        cv::bitwise_not(dst.Mat(), dst.Mat());
+      }
     }
   }
 }

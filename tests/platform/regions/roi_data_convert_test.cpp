@@ -221,6 +221,41 @@ TEST(RoiExtraction, OutputMayBeTheInputOrShareItsMemory) {
   EXPECT_TRUE(SameImage(source, original));
 }
 
+TEST(RoiExtraction, AnOutputThatHoldsNoRowsOfTheImageBecomesAPartOfIt) {
+  KelROIDataConvert converter;
+  for (const int type : kTypes) {
+    for (const Layout layout : kLayouts) {
+      GuardedImage guarded(RandomBytes(kSize, type, 3), layout.gap, layout.margin);
+      cv::Mat image = guarded.Mat();
+      const cv::Mat before = image.clone();
+      for (NamedRegion& region : Regions()) {
+        const cv::Rect box = Cover(region.roi, kSize).box;
+        cv::Mat part(0, image.cols, type, image.data, image.step[0]);
+        ASSERT_EQ(converter.ROIImageExtraction(image, region.roi, &part, 1, 9), 0) << region.name;
+        EXPECT_EQ(part.data, image(box).data);
+        EXPECT_EQ(part.size(), box.size());
+        EXPECT_TRUE(SameImage(image, before));
+      }
+    }
+  }
+}
+
+TEST(RoiExtraction, OtherOutputsWithoutRowsGetACopy) {
+  KelROIDataConvert converter;
+  KelROI roi = KelROI::Circle({10, 8}, 6);
+  cv::Mat image = RandomBytes(kSize, CV_8UC1, 4);
+  const cv::Mat expected = PlainExtraction(image, Cover(roi, kSize), true, 9);
+  for (const cv::Mat& other :
+       {cv::Mat(0, image.cols, CV_8UC1, image.data + 1, image.step[0]),
+        cv::Mat(0, image.cols - 1, CV_8UC1, image.data, image.step[0]),
+        cv::Mat(0, image.cols, CV_8SC1, image.data, image.step[0]), cv::Mat(0, 0, CV_8UC1)}) {
+    cv::Mat out = other;
+    ASSERT_EQ(converter.ROIImageExtraction(image, roi, &out, 1, 9), 0);
+    EXPECT_TRUE(SameImage(out, expected));
+    EXPECT_TRUE(OwnsItsPixels(out));
+  }
+}
+
 // Neither a region nor an image is taken for the one before it, whichever changes.
 TEST(RoiExtraction, RegionsAndSizesMayAlternate) {
   KelROIDataConvert converter;
@@ -266,6 +301,62 @@ TEST(RoiRestore, WritesAnOutputThatFitsAndLiesApart) {
         EXPECT_TRUE(out.SurroundingsUntouched());
       }
     }
+  }
+}
+
+// The part lies where it belongs, and is left there.
+TEST(RoiRestore, WritesAroundAPartThatLiesInTheOutput) {
+  KelROIDataConvert converter;
+  for (const int type : kTypes) {
+    for (const Layout layout : kLayouts) {
+      cv::Mat image = RandomBytes(kSize, type, 3);
+      for (NamedRegion& region : Regions()) {
+        const Cover cover(region.roi, kSize);
+        for (const int masked : {0, 1}) {
+          GuardedImage out(RandomBytes(kSize, type, 5), layout.gap, layout.margin);
+          cv::Mat part = out.Mat()(cover.box);
+          const cv::Mat expected = PlainRestore(image, part.clone(), cover, masked != 0);
+          cv::Mat written = out.Mat();
+          ASSERT_EQ(converter.ROIImageRestore(image, part, region.roi, &written, masked), 0);
+          EXPECT_EQ(written.data, out.Mat().data);
+          EXPECT_TRUE(SameImage(written, expected)) << region.name;
+          EXPECT_TRUE(out.SurroundingsUntouched());
+        }
+      }
+    }
+  }
+}
+
+TEST(RoiRestore, UsesTheRowsThatAnOutputHasReserved) {
+  KelROIDataConvert converter;
+  KelROI roi = KelROI::Circle({10, 8}, 6);
+  const Cover cover(roi, kSize);
+  cv::Mat image = RandomBytes(kSize, CV_8UC3, 3);
+  const auto with_rows_reserved = [](cv::Mat out) {
+    out.resize(0);
+    return out;
+  };
+  for (const bool part_lies_in_it : {false, true}) {
+    const cv::Mat own = RandomBytes(kSize, CV_8UC3, 5);
+    cv::Mat part = part_lies_in_it ? own(cover.box) : RandomBytes(cover.box.size(), CV_8UC3, 6);
+    const cv::Mat expected = PlainRestore(image, part.clone(), cover, true);
+    cv::Mat out = with_rows_reserved(own);
+    ASSERT_EQ(converter.ROIImageRestore(image, part, roi, &out, 1), 0);
+    EXPECT_EQ(out.data, own.data);
+    EXPECT_TRUE(SameImage(out, expected));
+  }
+  // Too few rows, rows of another width, and rows among others: those are not written.
+  cv::Mat part = RandomBytes(cover.box.size(), CV_8UC3, 6);
+  const cv::Mat expected = PlainRestore(image, part, cover, true);
+  const cv::Mat canvas = RandomBytes({kSize.width, kSize.height + 2}, CV_8UC3, 7);
+  for (const cv::Mat& other : {RandomBytes({kSize.width, kSize.height - 1}, CV_8UC3, 5),
+                               RandomBytes({kSize.width + 1, kSize.height}, CV_8UC3, 5),
+                               canvas.rowRange(1, kSize.height + 1)}) {
+    const cv::Mat before = other.clone();
+    cv::Mat out = with_rows_reserved(other);
+    ASSERT_EQ(converter.ROIImageRestore(image, part, roi, &out, 1), 0);
+    EXPECT_TRUE(SameImage(out, expected));
+    EXPECT_TRUE(SameImage(other, before));
   }
 }
 

@@ -37,13 +37,16 @@ class KELROIDATACONVERT_API KelROIDataConvert {
 
   // Cuts the shape's bounding box out of `image`: the smallest upright one around the pixels of the
   // image that the shape covers. Samples of the box outside the shape become `fill`, cut to the
-  // range of the depth (NaN gives 0), or keep the image's values when `clip` is 0.
+  // range of the depth (NaN gives 0), or keep the image's values when `clip` is 0. An output that
+  // holds no rows of `image`, cv::Mat(0, image.cols, image.type(), image.data, image.step), becomes
+  // that part of `image` itself: nothing is copied, and nothing filled.
   KelLong ROIImageExtraction(cv::Mat& image, KelROI& roi, cv::Mat* out, int clip, double fill);
 
   // Writes a copy of `image` into `out` in which the pixels inside the shape come from `part`, a
   // matrix of the size that the extraction returns and of the image's type; with `masked` 0 the
   // whole box comes from it. An output of the image's size and type that lies apart from both is
-  // written in place.
+  // written in place; so is one of no rows that has reserved them (cv::Mat::resize), in which
+  // `part` may lie where it belongs.
   KelLong ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI& roi, cv::Mat* out, int masked);
 
   // Writes an 8-bit mask of the image's size: 255 inside the shape and 0 outside, the other way
