@@ -5,9 +5,11 @@
 #include <optional>
 #include <utility>
 
+#include "frame/kept_mask.h"
 #include "frame/load_time_state.h"
 #include "frame/region_rows.h"
 #include "frame/result_matrix.h"
+#include "frame/row_views.h"
 
 namespace KELRA {
 namespace {
@@ -19,6 +21,9 @@ cv::Mat ConstantImage(cv::Size size) {
   log.Exit();
   return image;
 }
+
+// Rows of fewer bytes are worked on sooner than left out.
+constexpr std::size_t kBytesWorthLeavingRowsOut = 16384;
 
 // Asks the region library for a cut-out that is a part of the matrix, not a copy: no rows of it.
 cv::Mat NoRowsOf(const cv::Mat& mat) {
@@ -105,7 +110,7 @@ Status CallFrame::RunUnderMask(KelROI& roi, KelImage* dst, Work work) {
   // The work may refuse an output of the input's size and another type.
   const bool may_be_refused =
       dst->Mat().size() == pixels.size() && dst->Mat().type() != pixels.type();
-  if (!shares && !may_be_refused) {
+  if (!shares && !may_be_refused && tbbup::PixelBytes(pixels) >= kBytesWorthLeavingRowsOut) {
     const cv::Range rows = RowsWithRuns(roi, pixels.rows);
     if (rows.size() < pixels.rows) {
       return RunUnderMaskOnRows(roi, rows, dst, work);
@@ -118,7 +123,8 @@ Status CallFrame::RunUnderMask(KelROI& roi, KelImage* dst, Work work) {
     return Fail(Fallback::kMaskedWork, status, dst);
   }
   dst->Mat() = result->Mat();
-  cv::Mat mask;
+  KeptMask kept;
+  cv::Mat& mask = kept.Mat();
   const Status made = MakeMask(roi, pixels, &mask);
   return BringBackOutsideMask(made, mask, pixels, dst);
 }
@@ -136,7 +142,8 @@ Status CallFrame::RunUnderMaskOnRows(KelROI& roi, cv::Range rows, KelImage* dst,
   if (part_result.Mat().data != part_of_result.data) {
     part_result.Mat().copyTo(part_of_result);
   }
-  cv::Mat mask;
+  KeptMask kept;
+  cv::Mat& mask = kept.Mat();
   const Status made = MakeMask(roi, pixels, &mask);
   if (made.ok() && CoversOnly(mask, pixels.size(), rows)) {
     BringBackOutside(pixels, mask, rows, &result);

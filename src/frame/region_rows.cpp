@@ -70,11 +70,21 @@ void CopyGaps(const std::uint8_t* from, const std::uint8_t* mask, std::ptrdiff_t
   }
 }
 
-// The rows [begin, end).
-void CopyPlainRows(const cv::Mat& input, int begin, int end, cv::Mat* result) {
-  if (begin < end) {
-    cv::Mat to = result->rowRange(begin, end);
-    input.rowRange(begin, end).copyTo(to);
+void CopyRows(const cv::Mat& input, int begin, int end, bool one_line, cv::Mat* result) {
+  const std::size_t row_bytes = input.elemSize() * static_cast<std::size_t>(input.cols);
+  const int rows_at_once = one_line ? end - begin : 1;
+  for (int row = begin; row < end; row += rows_at_once) {
+    std::memcpy(result->ptr(row), input.ptr(row),
+                row_bytes * static_cast<std::size_t>(rows_at_once));
+  }
+}
+
+void CopyGapsOfRows(const cv::Mat& input, const cv::Mat& mask, int begin, int end, bool one_line,
+                    cv::Mat* result) {
+  const int rows_at_once = one_line ? end - begin : 1;
+  for (int row = begin; row < end; row += rows_at_once) {
+    CopyGaps(input.ptr(row), mask.ptr(row), std::ptrdiff_t{input.cols} * rows_at_once,
+             input.elemSize(), result->ptr(row));
   }
 }
 
@@ -114,18 +124,14 @@ bool CoversOnly(const cv::Mat& mask, cv::Size size, cv::Range rows) {
 
 void BringBackOutside(const cv::Mat& input, const cv::Mat& mask, cv::Range rows, cv::Mat* result) {
   CV_Assert(mask.dims <= 2 && mask.size() == input.size() && mask.type() == CV_8UC1);
+  // Rows that follow each other without a gap are copied as one.
   const bool one_line = input.isContinuous() && mask.isContinuous() && result->isContinuous();
   ForEachRowRange(input.rows, 2 * tbbup::PixelBytes(input), [&](const RowRange& range) {
     const int begin = std::clamp(rows.start, range.begin(), range.end());
     const int end = std::clamp(rows.end, begin, range.end());
-    CopyPlainRows(input, range.begin(), begin, result);
-    // Rows that follow each other without a gap are one long row.
-    const int rows_at_once = one_line ? end - begin : 1;
-    for (int row = begin; row < end; row += rows_at_once) {
-      CopyGaps(input.ptr(row), mask.ptr(row), std::ptrdiff_t{input.cols} * rows_at_once,
-               input.elemSize(), result->ptr(row));
-    }
-    CopyPlainRows(input, end, range.end(), result);
+    CopyRows(input, range.begin(), begin, one_line, result);
+    CopyGapsOfRows(input, mask, begin, end, one_line, result);
+    CopyRows(input, end, range.end(), one_line, result);
   });
 }
 

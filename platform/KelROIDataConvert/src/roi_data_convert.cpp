@@ -193,21 +193,26 @@ bool LiesInItsPlace(const cv::Mat& part, const cv::Mat& whole, const cv::Rect& b
   return part.data == whole.ptr(box.y, box.x) && part.step[0] == whole.step[0];
 }
 
-// `out` itself, or the rows that it has reserved, when the result fits there and does not overwrite
-// what is still read, else a new matrix: the memory of a large one is given to the process page by
-// page, which takes longer than the work.
-cv::Mat MatrixFor(const cv::Mat& image, const cv::Mat& part, const cv::Rect& box, cv::Mat out) {
-  if (out.dims <= 2 && out.data != nullptr && out.cols == image.cols &&
-      out.type() == image.type()) {
-    if (out.rows == 0) {
-      out.resize(static_cast<std::size_t>(image.rows));
-    }
-    if (out.rows == image.rows && LieApart(out, image) &&
-        (LieApart(out, part) || LiesInItsPlace(part, out, box))) {
-      return out;
-    }
+// `out` with as many rows as the image has: those that it has, or those that it has reserved. Empty
+// when it is no such matrix, or overlaps the image, which is still read.
+cv::Mat MemoryFor(cv::Size size, int type, const cv::Mat& image, cv::Mat out) {
+  if (out.dims > 2 || out.data == nullptr || out.cols != size.width || out.type() != type) {
+    return {};
   }
-  return {image.size(), image.type()};
+  if (out.rows == 0) {
+    out.resize(static_cast<std::size_t>(size.height));
+  }
+  return out.rows == size.height && LieApart(out, image) ? out : cv::Mat();
+}
+
+// The memory of `out` where that serves and overwrites nothing of the part, else a new matrix: the
+// memory of a large one is given to the process page by page, which takes longer than the work.
+cv::Mat MatrixFor(const cv::Mat& image, const cv::Mat& part, const cv::Rect& box,
+                  const cv::Mat& out) {
+  const cv::Mat memory = MemoryFor(image.size(), image.type(), image, out);
+  const bool serves =
+      !memory.empty() && (LieApart(memory, part) || LiesInItsPlace(part, memory, box));
+  return serves ? memory : cv::Mat(image.size(), image.type());
 }
 
 // Fills `restored` with `image`, the pixels on the runs taken from `part`, the content of the box,
@@ -228,16 +233,15 @@ void PutBack(const cv::Mat& image, const cv::Mat& part, const PixelRuns& covered
       [&](std::ptrdiff_t first, std::ptrdiff_t end) { CopyPixels(image, first, end, restored); });
 }
 
-cv::Mat MaskOf(const std::vector<KelRun>& runs, cv::Size size, uchar inside, uchar outside) {
-  cv::Mat mask(size, CV_8UC1);
+// Paints a continuous mask.
+void PaintMask(const std::vector<KelRun>& runs, uchar inside, uchar outside, cv::Mat& mask) {
   const auto fill = [&](std::ptrdiff_t first, std::ptrdiff_t end, uchar value) {
     std::memset(mask.data + first, value, static_cast<std::size_t>(end - first));
   };
   WalkPixels(
-      size, runs,
+      mask.size(), runs,
       [&](const KelRun&, std::ptrdiff_t first, std::ptrdiff_t end) { fill(first, end, inside); },
       [&](std::ptrdiff_t first, std::ptrdiff_t end) { fill(first, end, outside); });
-  return mask;
 }
 
 }  // namespace
@@ -300,8 +304,13 @@ KelLong KelROIDataConvert::GenMaskImage(cv::Mat& image, KelROI& roi, cv::Mat* ma
       return status;
     }
     const std::vector<KelRun> rim = filled != 0 ? std::vector<KelRun>() : RimOf(covered->runs);
-    *mask = MaskOf(filled != 0 ? covered->runs : rim, image.size(), inverted != 0 ? 0 : 255,
-                   inverted != 0 ? 255 : 0);
+    cv::Mat painted = mask->rows == 0 ? MemoryFor(image.size(), CV_8UC1, image, *mask) : cv::Mat();
+    if (painted.empty()) {
+      painted = cv::Mat(image.size(), CV_8UC1);
+    }
+    PaintMask(filled != 0 ? covered->runs : rim, inverted != 0 ? 0 : 255, inverted != 0 ? 255 : 0,
+              painted);
+    *mask = std::move(painted);
     return 0;
   });
 }

@@ -243,43 +243,61 @@ struct CountingWork {
 const std::vector<LogRecord> kStartAndWork = {StartRecord("Method", 10), StartRecord("Work", 30),
                                               ExitRecord("Work", 40)};
 
-TEST_F(CallFrameTest, UnderAMaskOnlyTheRowsWithRunsAreWorkedOn) {
+// An image of so many bytes that leaving rows out is worth it.
+class RowsOfRunsTest : public CallFrameTest {
+ protected:
+  RowsOfRunsTest() { src_ = KelImage(wide_.clone()); }
+
+  cv::Mat InvertedInBox() const {
+    cv::Mat expected = wide_.clone();
+    Inverted(wide_(script_->box)).copyTo(expected(script_->box));
+    return expected;
+  }
+
+  const cv::Mat wide_ = RandomImage(6, 4000, CV_8UC1);
+};
+
+TEST_F(RowsOfRunsTest, UnderAMaskOnlyTheRowsWithRunsAreWorkedOn) {
   const FramePolicy policy{.lines = kLines};
   for (const bool own_matrix : {false, true}) {
     StartOver();
     script_->box = cv::Rect(1, 2, 5, 2);
-    dst_ = KelImage(own_matrix ? RandomImage(6, 9, CV_8UC1, 4) : marker_.clone());
+    dst_ = KelImage(own_matrix ? RandomImage(6, 4000, CV_8UC1, 4) : marker_.clone());
     const void* own = dst_.ImageData();
     std::vector<int> rows;
     EXPECT_EQ(Run(policy, RegionInTwoRows(), CountingWork{&rows}), STATUS_OK);
     EXPECT_EQ(rows, (std::vector<int>{2}));
-    cv::Mat expected = pixels_.clone();
-    Inverted(pixels_(script_->box)).copyTo(expected(script_->box));
-    EXPECT_TRUE(SameImage(dst_.Mat(), expected));
+    EXPECT_TRUE(SameImage(dst_.Mat(), InvertedInBox()));
     EXPECT_EQ(dst_.ImageData() == own, own_matrix);
     EXPECT_EQ(log_.Take(), kStartAndWork);
   }
 }
 
-TEST_F(CallFrameTest, AMaskThatCoversMoreThanTheRunsDecides) {
+TEST_F(RowsOfRunsTest, AMaskThatCoversMoreThanTheRunsDecides) {
   const FramePolicy policy{.lines = kLines};
   script_->box = cv::Rect(0, 0, 3, 6);
   std::vector<int> rows;
   EXPECT_EQ(Run(policy, RegionInTwoRows(), CountingWork{&rows}), STATUS_OK);
   EXPECT_EQ(rows, (std::vector<int>{2, 6}));
-  cv::Mat expected = pixels_.clone();
-  Inverted(pixels_(script_->box)).copyTo(expected(script_->box));
-  EXPECT_TRUE(SameImage(dst_.Mat(), expected));
+  EXPECT_TRUE(SameImage(dst_.Mat(), InvertedInBox()));
   EXPECT_EQ(log_.Take(), kStartAndWork);
 }
 
-TEST_F(CallFrameTest, WithoutAMaskTheOutputShowsTheWorkOnAllRows) {
+TEST_F(RowsOfRunsTest, WithoutAMaskTheOutputShowsTheWorkOnAllRows) {
   const FramePolicy policy{.lines = kLines, .fallback = Fallback::kNever};
   script_->mask_status = kRegionFails;
   std::vector<int> rows;
   EXPECT_EQ(Run(policy, RegionInTwoRows(), CountingWork{&rows}), kRegionFails);
-  EXPECT_TRUE(SameImage(dst_.Mat(), Inverted(pixels_)));
+  EXPECT_TRUE(SameImage(dst_.Mat(), Inverted(wide_)));
   EXPECT_EQ(log_.Take(), kStartAndWork);
+}
+
+TEST_F(CallFrameTest, OfASmallImageAllRowsAreWorkedOn) {
+  const FramePolicy policy{.lines = kLines};
+  script_->box = cv::Rect(1, 2, 5, 2);
+  std::vector<int> rows;
+  EXPECT_EQ(Run(policy, RegionInTwoRows(), CountingWork{&rows}), STATUS_OK);
+  EXPECT_EQ(rows, (std::vector<int>{6}));
 }
 
 TEST_F(CallFrameTest, AMaskOfAnotherSizeIsRefusedByAnException) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <opencv2/imgproc.hpp>
 #include <vector>
 
 #include "test_images.h"
@@ -10,6 +11,7 @@
 namespace KELRA {
 namespace {
 
+using kelra_test::GuardedImage;
 using kelra_test::RandomImage;
 using kelra_test::SameImage;
 
@@ -64,22 +66,48 @@ TEST(RegionRows, OtherMatricesAreNoMasks) {
   EXPECT_FALSE(CoversOnly(cv::Mat(), {9, 6}, {2, 4}));
 }
 
-// Also where the rows are shared out among threads.
+// `dense` masks change from pixel to pixel, others have a few runs in a row.
+cv::Mat RandomMask(cv::Size size, cv::Range rows, bool dense) {
+  cv::Mat mask = cv::Mat::zeros(size, CV_8UC1);
+  cv::Mat noise = RandomImage(rows.size(), size.width, CV_8UC1, 3);
+  if (!dense) {
+    cv::resize(RandomImage(rows.size(), (size.width + 24) / 25, CV_8UC1, 4), noise, noise.size(), 0,
+               0, cv::INTER_NEAREST);
+  }
+  mask.rowRange(rows).setTo(255, noise > 100);
+  mask.setTo(254, (mask == 0) & (RandomImage(size.height, size.width, CV_8UC1, 5) > 200));
+  return mask;
+}
+
+void ExpectTheInputOutside(cv::Size size, int type, cv::Range rows, bool dense, int gap) {
+  GuardedImage input(RandomImage(size.height, size.width, type, 1), gap, gap);
+  GuardedImage result(RandomImage(size.height, size.width, type, 2), gap, gap);
+  GuardedImage mask(RandomMask(size, rows, dense), gap, gap);
+  cv::Mat expected = input.Mat().clone();
+  result.Mat().copyTo(expected, mask.Mat() == 255);
+  BringBackOutside(input.Mat(), mask.Mat(), rows, &result.Mat());
+  EXPECT_TRUE(SameImage(result.Mat(), expected))
+      << size << ", type " << type << ", " << rows.start << ", gap " << gap;
+  EXPECT_TRUE(result.SurroundingsUntouched());
+}
+
 TEST(RegionRows, TheInputComesBackOutside) {
-  for (const cv::Size size : {cv::Size(9, 6), cv::Size(701, 400)}) {
+  for (int columns = 1; columns <= 140; ++columns) {
     for (const int type : {CV_8UC1, CV_16UC1, CV_8UC3, CV_16UC3}) {
-      for (const cv::Range rows :
-           {cv::Range(0, 1), cv::Range(2, 4), cv::Range(5, 6), cv::Range(0, 6)}) {
-        const cv::Mat input = RandomImage(size.height, size.width, type, 1);
-        const cv::Mat computed = RandomImage(size.height, size.width, type, 2);
-        cv::Mat mask = cv::Mat::zeros(size, CV_8UC1);
-        mask.rowRange(rows).setTo(255, RandomImage(rows.size(), size.width, CV_8UC1, 3) > 100);
-        cv::Mat expected = input.clone();
-        computed.copyTo(expected, mask);
-        cv::Mat result = computed.clone();
-        BringBackOutside(input, mask, rows, &result);
-        EXPECT_TRUE(SameImage(result, expected)) << size << ", type " << type << ", " << rows.start;
+      for (const cv::Range rows : {cv::Range(0, 1), cv::Range(2, 4), cv::Range(0, 5)}) {
+        for (const bool dense : {false, true}) {
+          ExpectTheInputOutside({columns, 5}, type, rows, dense, 0);
+          ExpectTheInputOutside({columns, 5}, type, rows, dense, 6);
+        }
       }
+    }
+  }
+}
+
+TEST(RegionRows, TheInputComesBackOutsideWhereThreadsShareTheRows) {
+  for (const int gap : {0, 6}) {
+    for (const cv::Range rows : {cv::Range(0, 1), cv::Range(150, 310), cv::Range(0, 400)}) {
+      ExpectTheInputOutside({701, 400}, CV_16UC3, rows, false, gap);
     }
   }
 }

@@ -500,6 +500,38 @@ TEST(RoiMask, NotFilledIsTheRim) {
   }
 }
 
+TEST(RoiMask, IsPaintedIntoRowsThatTheOutputHasReserved) {
+  KelROIDataConvert converter;
+  cv::Mat image = RandomBytes(kSize, CV_16UC3, 11);
+  for (NamedRegion& region : Regions()) {
+    const cv::Mat own = RandomBytes(kSize, CV_8UC1, 5);
+    cv::Mat out = own;
+    out.resize(0);
+    ASSERT_EQ(converter.GenMaskImage(image, region.roi, &out, 1, 0), 0);
+    EXPECT_EQ(out.data, own.data);
+    EXPECT_TRUE(SameImage(out, Cover(region.roi, kSize).grid)) << region.name;
+  }
+}
+
+TEST(RoiMask, LeavesOtherOutputsAlone) {
+  KelROIDataConvert converter;
+  KelROI roi = KelROI::Circle({10, 8}, 6);
+  const cv::Mat canvas = RandomBytes({kSize.width + 1, kSize.height}, CV_8UC1, 3);
+  cv::Mat image = RandomBytes(kSize, CV_8UC1, 4);
+  cv::Mat without_rows = image;
+  without_rows.resize(0);
+  const std::vector<cv::Mat> before = {canvas.clone(), image.clone()};
+  for (const cv::Mat& other : {cv::Mat(image), without_rows, cv::Mat(canvas),
+                               cv::Mat(canvas.colRange(0, kSize.width)), cv::Mat(kSize, CV_8SC1)}) {
+    cv::Mat out = other;
+    ASSERT_EQ(converter.GenMaskImage(image, roi, &out, 1, 0), 0);
+    EXPECT_NE(out.data, other.data);
+    EXPECT_TRUE(SameImage(out, Cover(roi, kSize).grid));
+    EXPECT_TRUE(SameImage(canvas, before[0]));
+    EXPECT_TRUE(SameImage(image, before[1]));
+  }
+}
+
 TEST(RoiMask, MayReplaceTheImageItIsMadeFor) {
   KelROIDataConvert converter;
   KelROI roi = KelROI::Circle({10, 8}, 6);
