@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "frame/kept_mask.h"
+#include "frame/large_pages.h"
 #include "frame/load_time_state.h"
 #include "frame/region_rows.h"
 #include "frame/result_matrix.h"
@@ -193,7 +194,7 @@ Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
   if (const std::optional<cv::Rect> place = PlaceOf(cut, input)) {
     // From the input to where the result belongs, without a copy of either.
     if (restored.empty()) {
-      restored.create(input.size(), input.type());
+      CreateInLargePages(input.size(), input.type(), &restored);
     }
     part_result.Mat() = restored(*place);
   } else if (policy_.shared_output == SharedOutput::kAsIfSeparate && IsHeldAlone(cut)) {

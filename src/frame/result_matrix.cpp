@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <utility>
 
+#include "frame/large_pages.h"
+
 namespace KELRA {
 namespace {
 
@@ -34,7 +36,7 @@ cv::Mat& ResultMatrix(KelImage* output, cv::Size size, int type, cv::Mat* fresh)
   if (Holds(own, size, type)) {
     return own;
   }
-  fresh->create(size, type);
+  CreateInLargePages(size, type, fresh);
   return *fresh;
 }
 
@@ -90,7 +92,7 @@ void ComputePixelwise(const cv::Mat& input, int type, KelImage* output, Pixelwis
 cv::Mat& ResultMatrixApart(const cv::Mat& input, KelImage* output, cv::Size size, int type,
                            cv::Mat* fresh) {
   if (SharesPixels(input, output->Mat())) {
-    fresh->create(size, type);
+    CreateInLargePages(size, type, fresh);
     return *fresh;
   }
   return ResultMatrix(output, size, type, fresh);

@@ -4,7 +4,6 @@
 #include <cstring>
 #include <exception>
 #include <limits>
-#include <memory>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -32,13 +31,11 @@ KelRectangleShape ShapeOf(const cv::Rect& box) {
           static_cast<double>(box.height)};
 }
 
-using SharedRuns = std::shared_ptr<const PixelRuns>;
-
 // What a shape covers of images of a size.
 struct Coverage {
   KelROI roi;  // keeps the shape, so that no other comes to lie in its place
   cv::Size size;
-  SharedRuns covered;
+  PixelRuns pixels;
 };
 
 // Remembering a region of more runs would keep megabytes.
@@ -49,36 +46,53 @@ bool IsSmall(const KelShape& shape) {
   return region == nullptr || region->Runs().size() <= kMostRunsToRemember;
 }
 
-// The shape's pixels, the last ones of each thread kept: an operation cuts a shape out and then
-// puts it back, and the next image often gets the same.
-SharedRuns Covered(const KelROI& roi, cv::Size size) {
-  thread_local Coverage t_last;
-  if (t_last.covered != nullptr && &t_last.roi.Shape() == &roi.Shape() && t_last.size == size) {
-    return t_last.covered;
+// The pixels of an image that a region covers. The last ones of each thread are remembered: an
+// operation cuts a shape out and then puts it back, and the next image often gets the same.
+class CoveredPixels {
+ public:
+  // Finds at least one, or the reason why there is none.
+  KelLong Find(const cv::Mat& image, const KelROI& roi) {
+    if (image.empty() || image.dims > 2) {
+      return KEL_ROI_ERR_IMAGE;
+    }
+    if (roi.ROIType() == KEL_ROI_WHOLE_IMAGE) {
+      TakeBox(cv::Rect({}, image.size()), image.size());
+      return 0;
+    }
+    if (std::holds_alternative<std::monostate>(roi.Shape())) {
+      return KEL_ROI_ERR_KIND;
+    }
+    Take(roi, image.size());
+    return pixels_->runs.empty() ? KEL_ROI_ERR_OUTSIDE : 0;
   }
-  auto covered = std::make_shared<const PixelRuns>(Rasterize(roi.Shape(), size));
-  if (IsSmall(roi.Shape())) {
-    t_last = {roi, size, covered};
-  }
-  return covered;
-}
 
-// The pixels of `image` that `roi` covers, at least one of them, or the reason why there are none.
-KelLong CoveredPixels(const cv::Mat& image, const KelROI& roi, SharedRuns* covered) {
-  if (image.empty() || image.dims > 2) {
-    return KEL_ROI_ERR_IMAGE;
+  // All of a box.
+  void TakeBox(const cv::Rect& box, cv::Size image) {
+    own_ = Rasterize(ShapeOf(box), image);
+    pixels_ = &own_;
   }
-  if (roi.ROIType() == KEL_ROI_WHOLE_IMAGE) {
-    *covered = std::make_shared<const PixelRuns>(
-        Rasterize(ShapeOf(cv::Rect({}, image.size())), image.size()));
-    return 0;
+
+  const PixelRuns& operator*() const { return *pixels_; }
+  const PixelRuns* operator->() const { return pixels_; }
+
+ private:
+  void Take(const KelROI& roi, cv::Size size) {
+    thread_local Coverage t_last;
+    pixels_ = &t_last.pixels;
+    if (&t_last.roi.Shape() == &roi.Shape() && t_last.size == size) {
+      return;
+    }
+    own_ = Rasterize(roi.Shape(), size);
+    if (IsSmall(roi.Shape())) {
+      t_last = {roi, size, std::move(own_)};
+    } else {
+      pixels_ = &own_;
+    }
   }
-  if (std::holds_alternative<std::monostate>(roi.Shape())) {
-    return KEL_ROI_ERR_KIND;
-  }
-  *covered = Covered(roi, image.size());
-  return (*covered)->runs.empty() ? KEL_ROI_ERR_OUTSIDE : 0;
-}
+
+  PixelRuns own_;
+  const PixelRuns* pixels_ = nullptr;
+};
 
 template <class Sample>
 double CutTo(double value) {
@@ -145,24 +159,43 @@ cv::Mat CutOut(const cv::Mat& image, const PixelRuns& covered, double fill) {
   return cut;
 }
 
-// Copies the pixels [first, end), counted row by row, of a matrix into those of another of its size
-// and type.
-void CopyPixels(const cv::Mat& from, std::ptrdiff_t first, std::ptrdiff_t end, cv::Mat& to) {
-  const auto pixel_size = static_cast<std::ptrdiff_t>(from.elemSize());
-  if (from.isContinuous() && to.isContinuous()) {
-    std::memcpy(to.data + first * pixel_size, from.data + first * pixel_size,
-                static_cast<std::size_t>((end - first) * pixel_size));
-    return;
+// Copies pixels of a matrix into those of another of its size and type.
+class PixelCopy {
+ public:
+  PixelCopy(const cv::Mat& from, cv::Mat& to)
+      : from_(from),
+        to_(to),
+        pixel_size_(static_cast<std::ptrdiff_t>(from.elemSize())),
+        one_line_(from.isContinuous() && to.isContinuous()) {}
+
+  // The pixels [first, end), counted row by row.
+  void operator()(std::ptrdiff_t first, std::ptrdiff_t end) const {
+    if (one_line_) {
+      const std::ptrdiff_t offset = first * pixel_size_;
+      std::memcpy(to_.data + offset, from_.data + offset,
+                  static_cast<std::size_t>((end - first) * pixel_size_));
+    } else {
+      CopyRowByRow(first, end);
+    }
   }
-  while (first < end) {
-    const auto row = static_cast<int>(first / from.cols);
-    const std::ptrdiff_t column = first % from.cols;
-    const std::ptrdiff_t count = std::min(end - first, from.cols - column);
-    std::memcpy(to.ptr(row) + column * pixel_size, from.ptr(row) + column * pixel_size,
-                static_cast<std::size_t>(count * pixel_size));
-    first += count;
+
+ private:
+  void CopyRowByRow(std::ptrdiff_t first, std::ptrdiff_t end) const {
+    while (first < end) {
+      const auto row = static_cast<int>(first / from_.cols);
+      const std::ptrdiff_t column = first % from_.cols;
+      const std::ptrdiff_t count = std::min(end - first, from_.cols - column);
+      std::memcpy(to_.ptr(row) + column * pixel_size_, from_.ptr(row) + column * pixel_size_,
+                  static_cast<std::size_t>(count * pixel_size_));
+      first += count;
+    }
   }
-}
+
+  const cv::Mat& from_;
+  cv::Mat& to_;
+  std::ptrdiff_t pixel_size_;
+  bool one_line_;
+};
 
 // Walks the pixels of an image, counted row by row, and calls `inside(run, first, end)` for those
 // of each run and `outside(first, end)` for what lies between, in turn.
@@ -202,17 +235,21 @@ cv::Mat MemoryFor(cv::Size size, int type, const cv::Mat& image, cv::Mat out) {
   if (out.rows == 0) {
     out.resize(static_cast<std::size_t>(size.height));
   }
-  return out.rows == size.height && LieApart(out, image) ? out : cv::Mat();
+  if (out.rows != size.height || !LieApart(out, image)) {
+    out.release();
+  }
+  return out;
 }
 
 // The memory of `out` where that serves and overwrites nothing of the part, else a new matrix: the
 // memory of a large one is given to the process page by page, which takes longer than the work.
 cv::Mat MatrixFor(const cv::Mat& image, const cv::Mat& part, const cv::Rect& box,
                   const cv::Mat& out) {
-  const cv::Mat memory = MemoryFor(image.size(), image.type(), image, out);
-  const bool serves =
-      !memory.empty() && (LieApart(memory, part) || LiesInItsPlace(part, memory, box));
-  return serves ? memory : cv::Mat(image.size(), image.type());
+  cv::Mat memory = MemoryFor(image.size(), image.type(), image, out);
+  if (memory.empty() || !(LieApart(memory, part) || LiesInItsPlace(part, memory, box))) {
+    memory = cv::Mat(image.size(), image.type());
+  }
+  return memory;
 }
 
 // Fills `restored` with `image`, the pixels on the runs taken from `part`, the content of the box,
@@ -230,7 +267,7 @@ void PutBack(const cv::Mat& image, const cv::Mat& part, const PixelRuns& covered
                       static_cast<std::size_t>(end - first) * image.elemSize());
         }
       },
-      [&](std::ptrdiff_t first, std::ptrdiff_t end) { CopyPixels(image, first, end, restored); });
+      PixelCopy(image, restored));
 }
 
 // Paints a continuous mask.
@@ -256,8 +293,8 @@ KelLong KelROIDataConvert::ROIImageExtraction(cv::Mat& image, KelROI& roi, cv::M
     return KEL_ROI_ERR_OUTPUT;
   }
   return WithoutExceptions([&]() -> KelLong {
-    SharedRuns covered;
-    if (const KelLong status = CoveredPixels(image, roi, &covered); status != 0) {
+    CoveredPixels covered;
+    if (const KelLong status = covered.Find(image, roi); status != 0) {
       return status;
     }
     if (HoldsNoRowsOf(image, *out)) {
@@ -276,15 +313,15 @@ KelLong KelROIDataConvert::ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI
     return KEL_ROI_ERR_OUTPUT;
   }
   return WithoutExceptions([&]() -> KelLong {
-    SharedRuns covered;
-    if (const KelLong status = CoveredPixels(image, roi, &covered); status != 0) {
+    CoveredPixels covered;
+    if (const KelLong status = covered.Find(image, roi); status != 0) {
       return status;
     }
     if (part.dims > 2 || part.size() != covered->box.size() || part.type() != image.type()) {
       return KEL_ROI_ERR_PART;
     }
     if (masked == 0) {
-      covered = std::make_shared<const PixelRuns>(Rasterize(ShapeOf(covered->box), image.size()));
+      covered.TakeBox(covered->box, image.size());
     }
     cv::Mat restored = MatrixFor(image, part, covered->box, *out);
     PutBack(image, part, *covered, restored);
@@ -299,8 +336,8 @@ KelLong KelROIDataConvert::GenMaskImage(cv::Mat& image, KelROI& roi, cv::Mat* ma
     return KEL_ROI_ERR_OUTPUT;
   }
   return WithoutExceptions([&]() -> KelLong {
-    SharedRuns covered;
-    if (const KelLong status = CoveredPixels(image, roi, &covered); status != 0) {
+    CoveredPixels covered;
+    if (const KelLong status = covered.Find(image, roi); status != 0) {
       return status;
     }
     const std::vector<KelRun> rim = filled != 0 ? std::vector<KelRun>() : RimOf(covered->runs);
