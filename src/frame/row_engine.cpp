@@ -36,17 +36,29 @@ bool CallerIsAlone() {
          tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism) == 1;
 }
 
+std::size_t GrainOfSetting(int rows) {
+  const int parallel = LoadedSettings().parallel;
+  return static_cast<std::size_t>(parallel < 1 ? 1 : std::max(1, rows / parallel));
+}
+
+// oneTBB splits far beyond the threads there are, even when no second one comes because the other
+// cores are busy: by single rows that takes a third longer than no loop at all.
+std::size_t RowsWorthSplittingOff(int rows, std::size_t bytes) {
+  constexpr std::size_t kBytes = kSerialBytes / 2;
+  return static_cast<std::size_t>(rows) * kBytes / bytes;
+}
+
 }  // namespace
 
-void ForEachRowRangeInParallel(int rows, FunctionRef<void(const RowRange&)> body) {
-  const int parallel = LoadedSettings().parallel;
-  const int grain = parallel < 1 ? 1 : std::max(1, rows / parallel);
-  if (grain >= rows || CallerIsAlone()) {
+void ForEachRowRangeInParallel(int rows, std::size_t bytes,
+                               FunctionRef<void(const RowRange&)> body) {
+  const std::size_t grain = std::max(GrainOfSetting(rows), RowsWorthSplittingOff(rows, bytes));
+  if (grain >= static_cast<std::size_t>(rows) || CallerIsAlone()) {
     body(RowRange(0, rows));
     return;
   }
   g_pool_is_used.store(true, std::memory_order_relaxed);
-  const RowRange range(0, rows, static_cast<std::size_t>(grain));
+  const RowRange range(0, rows, grain);
   // A context of its own: a caller's cancelled tasks must not leave rows unwritten.
   tbb::task_group_context context(tbb::task_group_context::isolated);
   // A thread that waits for the last rows takes up no other task of the caller's meanwhile: that

@@ -21,14 +21,15 @@ inline constexpr std::size_t kSerialBytes = std::size_t{1024} * 1024;
 inline constexpr std::size_t kSerialBytesBehindOpenCv = std::size_t{8} * 1024 * 1024;
 
 // As ForEachRowRange, for work that is worth a parallel loop.
-void ForEachRowRangeInParallel(int rows, FunctionRef<void(const RowRange&)> body);
+void ForEachRowRangeInParallel(int rows, std::size_t bytes,
+                               FunctionRef<void(const RowRange&)> body);
 
 // Calls `body` on ranges that together cover the rows [0, rows) exactly once, and returns when all
 // are done. `bytes` is what the body reads and writes over all rows.
 //
 // Fewer than `serial_bytes` are worked on by the calling thread. Otherwise the parallel setting N
-// gives the smallest range split off, rows / N but at least 1; an N below 1 gives 1. What the body
-// throws passes to the caller.
+// gives the smallest range split off, rows / N; an N below 1 leaves that to what is worth it, half
+// of kSerialBytes, as does a large one. What the body throws passes to the caller.
 //
 // The threads are those of the arena that the caller is in. A process forked after the first
 // parallel loop has none of them, and does all work on the calling thread.
@@ -41,7 +42,7 @@ void ForEachRowRange(int rows, std::size_t bytes, const Body& body,
   if (bytes < serial_bytes) {
     body(RowRange(0, rows));
   } else {
-    ForEachRowRangeInParallel(rows, body);
+    ForEachRowRangeInParallel(rows, bytes, body);
   }
 }
 

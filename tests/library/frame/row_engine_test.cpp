@@ -120,6 +120,21 @@ TEST(RowEngine, MuchWorkIsSplit) {
   }
 }
 
+TEST(RowEngine, NoRangeIsTooLittleToSplitOff) {
+  const tbb::global_control many(tbb::global_control::max_allowed_parallelism, 4);
+  constexpr std::size_t kSplitOff = kSerialBytes / 2;
+  for (const int parallel : {-1, 0, 1000}) {
+    const ScopedSettings settings({.parallel = parallel});
+    for (const std::size_t times : {2, 3, 8, 13}) {
+      const Visits visits =
+          tbb::task_arena(4).execute([&] { return VisitsOf(1000, times * kSplitOff); });
+      EXPECT_GT(visits.ranges.size(), 1U);
+      // A range of more than that may be halved.
+      EXPECT_LE(visits.ranges.size(), 2 * times) << parallel;
+    }
+  }
+}
+
 TEST(RowEngine, WhatTheBodyThrowsPassesToTheCaller) {
   for (const int parallel : {0, 1, 3, 1000000}) {
     const ScopedSettings settings({.parallel = parallel});
