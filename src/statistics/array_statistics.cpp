@@ -13,13 +13,6 @@
 namespace KELRA {
 namespace {
 
-Status CheckFirst(const KelImageArray& images) {
-  if (images.Length() < 1) {
-    return ERR_COUNT_LIMIT;
-  }
-  return CheckNotEmpty(images[0]);
-}
-
 Status CheckAlike(const KelImage& image, const KelImage& first) {
   KELRA_RETURN_IF_ERROR(CheckSameDepth(image, first));
   KELRA_RETURN_IF_ERROR(CheckSameSize(image, first));
@@ -50,12 +43,21 @@ class Matrices {
   }
 
   Images All() const { return {matrices_.data(), matrices_.size()}; }
+  const cv::Mat& First() const { return *matrices_[0]; }
+
+  // What an array must have to be looked at further.
+  Status CheckFirst() const {
+    if (matrices_.size() == 0) {
+      return ERR_COUNT_LIMIT;
+    }
+    return CheckNotEmpty(First());
+  }
 
   // What the images behind the first must have in common with it: the status of `check` for the
   // first that differs.
   template <class Check>
   Status CheckAll(const KelImageArray& images, Check check) const {
-    const cv::Mat& first = *matrices_[0];
+    const cv::Mat& first = First();
     for (std::size_t i = 1; i < matrices_.size(); ++i) {
       const cv::Mat& mat = *matrices_[i];
       const bool alike = mat.cols == first.cols && mat.rows == first.rows &&
@@ -122,16 +124,16 @@ void ReduceInBuffer(Images images, kernels::Combination extreme, cv::Mat* buffer
 Status PixelExtreme(KelImageArray& images, KelImage* dst, const LogLines& lines,
                     kernels::Combination extreme, cv::Mat* buffer) {
   CallLog log(lines);
-  KELRA_RETURN_IF_ERROR(CheckFirst(images));
-  KELRA_RETURN_IF_ERROR(CheckBitDepth(images[0]));
-  KELRA_RETURN_IF_ERROR(CheckChannels(images[0]));
-  const cv::Mat& first = images[0].Mat();
+  const Matrices matrices(images);
+  KELRA_RETURN_IF_ERROR(matrices.CheckFirst());
+  const cv::Mat& first = matrices.First();
+  KELRA_RETURN_IF_ERROR(CheckBitDepth(first));
+  KELRA_RETURN_IF_ERROR(CheckChannels(first));
   if (buffer != nullptr && extreme == kernels::kMaximum && HasOtherType(*buffer, first)) {
     // The buffer is made ready for the next call, but this one has no values to begin with.
     ConvertBuffer(buffer, first.size(), first.type());
     CV_Error(cv::Error::StsUnmatchedSizes, "The maximum begins with an empty matrix");
   }
-  const Matrices matrices(images);
   KELRA_RETURN_IF_ERROR(matrices.CheckAll(images, CheckAlike));
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
 
@@ -166,13 +168,13 @@ KelLong KelImageOperation::PixelMin(KelImageArray& images, KelImage* dst) {
 
 KelLong KelImageOperation::PixelAverage(KelImageArray& images, KelImage* dst, int mode) {
   CallLog log(log_lines::kPixelAverage);
-  KELRA_RETURN_IF_ERROR(CheckFirst(images));
+  const Matrices matrices(images);
+  KELRA_RETURN_IF_ERROR(matrices.CheckFirst());
   if (mode < 0 || mode > 3) {
     return ERR_PARAM_2;
   }
-  KELRA_RETURN_IF_ERROR(CheckBitDepth(images[0]));
-  KELRA_RETURN_IF_ERROR(CheckChannels(images[0]));
-  const Matrices matrices(images);
+  KELRA_RETURN_IF_ERROR(CheckBitDepth(matrices.First()));
+  KELRA_RETURN_IF_ERROR(CheckChannels(matrices.First()));
   KELRA_RETURN_IF_ERROR(matrices.CheckAll(images, CheckAlikeForAverage));
   if (images.Length() < kFewestImages[mode]) {
     return ERR_COUNT_LIMIT;
@@ -181,7 +183,7 @@ KelLong KelImageOperation::PixelAverage(KelImageArray& images, KelImage* dst, in
 
   cv::Mat* sums = EfficiencyBuffer(buffer_.get());
   if (sums != nullptr) {
-    const cv::Mat& first = images[0].Mat();
+    const cv::Mat& first = matrices.First();
     ConvertBuffer(sums, first.size(), CV_32FC(first.channels()));
   }
   cv::Mat fresh;
