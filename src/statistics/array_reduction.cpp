@@ -94,8 +94,7 @@ template <class Sample>
 void MeanOf(Images images, kernels::Trim trim, cv::Mat* sums, cv::Mat* result) {
   const int trimmed = trim == kernels::kTrimBoth ? 2 : trim == kernels::kTrimNone ? 0 : 1;
   const auto factor = static_cast<float>(1.0 / (static_cast<int>(images.size()) - trimmed));
-  const bool in_registers =
-      sums == nullptr && (sizeof(Sample) > 1 || images.size() <= kernels::kMostSummedBytes);
+  const bool in_registers = sums == nullptr && images.size() <= kernels::kMostSummedImages;
   ForEachRowRange(result->rows, Work(images), [&](const RowRange& rows) {
     if (in_registers) {
       MeanOfRows<Sample>(images, trim, factor, result, rows);

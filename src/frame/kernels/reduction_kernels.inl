@@ -20,46 +20,30 @@ struct SmallestOf {
   auto Result() const { return so_far; }
 };
 
-// Sums in single precision. Those of bytes are whole numbers that 16 bits hold, too.
+inline Words RoundedProduct(Words a, Floats factor) {
+  const WordsAsFloats w = Widen(a);
+  return Narrow(ToNearest(Multiply(w.part[0], factor)), ToNearest(Multiply(w.part[1], factor)));
+}
+inline DoubleWords RoundedProduct(DoubleWords a, Floats factor) {
+  return {ToNearest(Multiply(ToFloats(a), factor))};
+}
+
+// Sums in single precision. Those of kMostSummedImages are whole numbers that a float holds, so
+// integers give the same.
 template <class Sample>
-struct SumOf;
+struct SumOf {
+  decltype(Split(Set(Sample{}))) sums = {};
 
-template <>
-struct SumOf<std::uint8_t> {
-  BytesAsWords sums = {{Set(std::uint16_t{0}), Set(std::uint16_t{0})}};
-
-  void Take(Bytes s) {
-    const BytesAsWords w = Widen(s, Set(std::uint8_t{0}));
+  void Take(auto s) {
+    const auto w = Split(s);
     sums = {{Add(sums.part[0], w.part[0]), Add(sums.part[1], w.part[1])}};
   }
-  void Drop(Bytes s) {
-    const BytesAsWords w = Widen(s, Set(std::uint8_t{0}));
+  void Drop(auto s) {
+    const auto w = Split(s);
     sums = {{Subtract(sums.part[0], w.part[0]), Subtract(sums.part[1], w.part[1])}};
   }
-  Bytes Times(Floats factor) const {
-    const WordsAsFloats low = Widen(sums.part[0]);
-    const WordsAsFloats high = Widen(sums.part[1]);
-    return Narrow(
-        ToNearest(Multiply(low.part[0], factor)), ToNearest(Multiply(low.part[1], factor)),
-        ToNearest(Multiply(high.part[0], factor)), ToNearest(Multiply(high.part[1], factor)));
-  }
-};
-
-template <>
-struct SumOf<std::uint16_t> {
-  WordsAsFloats sums = {{Set(0.0F), Set(0.0F)}};
-
-  void Take(Words s) {
-    const WordsAsFloats w = Widen(s);
-    sums = {{Add(sums.part[0], w.part[0]), Add(sums.part[1], w.part[1])}};
-  }
-  void Drop(Words s) {
-    const WordsAsFloats w = Widen(s);
-    sums = {{Subtract(sums.part[0], w.part[0]), Subtract(sums.part[1], w.part[1])}};
-  }
-  Words Times(Floats factor) const {
-    return Narrow(ToNearest(Multiply(sums.part[0], factor)),
-                  ToNearest(Multiply(sums.part[1], factor)));
+  auto Times(Floats factor) const {
+    return Interleave(RoundedProduct(sums.part[0], factor), RoundedProduct(sums.part[1], factor));
   }
 };
 

@@ -78,8 +78,9 @@ struct ImageRows {
   std::ptrdiff_t count;
 };
 
-// So many bytes sum up to what 16 bits hold.
-inline constexpr std::size_t kMostSummedBytes = 257;
+// The sum of so many words is a whole number that a float holds, and that of so many bytes one that
+// 16 bits hold.
+inline constexpr std::size_t kMostSummedImages = 256;
 
 // An image of at least two columns that is sampled between its pixels.
 template <class Sample>
@@ -136,8 +137,8 @@ struct SampleKernels {
   using Extreme = void (*)(ImageRows<Sample> src, Sample* dst, std::ptrdiff_t samples,
                            bool streaming);
   // dst = (the sum of all images - what is left out) * factor, to nearest, ties to even, in single
-  // precision and the images' order; of bytes at most kMostSummedBytes, for a factor of at most 1 /
-  // (their number less what is left out)
+  // precision; of at most kMostSummedImages, for a factor of at most 1 / (their number less what is
+  // left out)
   using Mean = void (*)(ImageRows<Sample> src, Sample* dst, std::ptrdiff_t samples, float factor,
                         bool streaming);
   // sums = sums + each image, in their order, - the largest - the smallest as far as left out

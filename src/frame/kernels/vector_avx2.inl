@@ -9,6 +9,9 @@ struct Bytes {
 struct Words {
   __m256i v;
 };
+struct DoubleWords {
+  __m256i v;
+};
 struct Floats {
   __m256 v;
 };
@@ -89,6 +92,10 @@ inline Words Add(Words a, Words b) { return {_mm256_add_epi16(a.v, b.v)}; }
 inline Words Subtract(Words a, Words b) { return {_mm256_sub_epi16(a.v, b.v)}; }
 inline Words MultiplyLow(Words a, Words b) { return {_mm256_mullo_epi16(a.v, b.v)}; }
 
+inline DoubleWords Add(DoubleWords a, DoubleWords b) { return {_mm256_add_epi32(a.v, b.v)}; }
+inline DoubleWords Subtract(DoubleWords a, DoubleWords b) { return {_mm256_sub_epi32(a.v, b.v)}; }
+inline Floats ToFloats(DoubleWords a) { return {_mm256_cvtepi32_ps(a.v)}; }
+
 inline Floats Add(Floats a, Floats b) { return {_mm256_add_ps(a.v, b.v)}; }
 inline Floats Subtract(Floats a, Floats b) { return {_mm256_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm256_mul_ps(a.v, b.v)}; }
@@ -140,6 +147,9 @@ struct BytesAsFloats {
 struct WordsAsFloats {
   Floats part[2];
 };
+struct WordsAsDoubleWords {
+  DoubleWords part[2];
+};
 
 // Bytes as words, with another byte above each.
 inline BytesAsWords Widen(Bytes a, Bytes above) {
@@ -169,6 +179,20 @@ inline Bytes InOrder(Bytes a) {
   return {_mm256_permutevar8x32_epi32(a.v, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7))};
 }
 inline Words InOrder(Words a) { return {_mm256_permute4x64_epi64(a.v, 0xD8)}; }
+
+// The samples at even places and those at odd ones; Interleave undoes it.
+inline BytesAsWords Split(Bytes a) {
+  return {{{_mm256_and_si256(a.v, _mm256_set1_epi16(0xFF))}, {_mm256_srli_epi16(a.v, 8)}}};
+}
+inline WordsAsDoubleWords Split(Words a) {
+  return {{{_mm256_and_si256(a.v, _mm256_set1_epi32(0xFFFF))}, {_mm256_srli_epi32(a.v, 16)}}};
+}
+inline Bytes Interleave(Words even, Words odd) {
+  return {_mm256_or_si256(even.v, _mm256_slli_epi16(odd.v, 8))};
+}
+inline Words Interleave(DoubleWords even, DoubleWords odd) {
+  return {_mm256_or_si256(even.v, _mm256_slli_epi32(odd.v, 16))};
+}
 
 // As many samples as a vector has floats, in their order.
 inline Floats LoadWidened(const std::uint8_t* p) {

@@ -9,6 +9,9 @@ struct Bytes {
 struct Words {
   __m512i v;
 };
+struct DoubleWords {
+  __m512i v;
+};
 struct Floats {
   __m512 v;
 };
@@ -99,6 +102,10 @@ inline Words Add(Words a, Words b) { return {_mm512_add_epi16(a.v, b.v)}; }
 inline Words Subtract(Words a, Words b) { return {_mm512_sub_epi16(a.v, b.v)}; }
 inline Words MultiplyLow(Words a, Words b) { return {_mm512_mullo_epi16(a.v, b.v)}; }
 
+inline DoubleWords Add(DoubleWords a, DoubleWords b) { return {_mm512_add_epi32(a.v, b.v)}; }
+inline DoubleWords Subtract(DoubleWords a, DoubleWords b) { return {_mm512_sub_epi32(a.v, b.v)}; }
+inline Floats ToFloats(DoubleWords a) { return {_mm512_cvtepi32_ps(a.v)}; }
+
 inline Floats Add(Floats a, Floats b) { return {_mm512_add_ps(a.v, b.v)}; }
 inline Floats Subtract(Floats a, Floats b) { return {_mm512_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm512_mul_ps(a.v, b.v)}; }
@@ -154,6 +161,9 @@ struct BytesAsFloats {
 struct WordsAsFloats {
   Floats part[2];
 };
+struct WordsAsDoubleWords {
+  DoubleWords part[2];
+};
 
 // Bytes as words, with another byte above each.
 inline BytesAsWords Widen(Bytes a, Bytes above) {
@@ -185,6 +195,20 @@ inline Bytes InOrder(Bytes a) {
 }
 inline Words InOrder(Words a) {
   return {_mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), a.v)};
+}
+
+// The samples at even places and those at odd ones; Interleave undoes it.
+inline BytesAsWords Split(Bytes a) {
+  return {{{_mm512_and_si512(a.v, _mm512_set1_epi16(0xFF))}, {_mm512_srli_epi16(a.v, 8)}}};
+}
+inline WordsAsDoubleWords Split(Words a) {
+  return {{{_mm512_and_si512(a.v, _mm512_set1_epi32(0xFFFF))}, {_mm512_srli_epi32(a.v, 16)}}};
+}
+inline Bytes Interleave(Words even, Words odd) {
+  return {_mm512_or_si512(even.v, _mm512_slli_epi16(odd.v, 8))};
+}
+inline Words Interleave(DoubleWords even, DoubleWords odd) {
+  return {_mm512_or_si512(even.v, _mm512_slli_epi32(odd.v, 16))};
 }
 
 // As many samples as a vector has floats, in their order.

@@ -9,6 +9,9 @@ struct Bytes {
 struct Words {
   __m128i v;
 };
+struct DoubleWords {
+  __m128i v;
+};
 struct Floats {
   __m128 v;
 };
@@ -81,6 +84,10 @@ inline Words Add(Words a, Words b) { return {_mm_add_epi16(a.v, b.v)}; }
 inline Words Subtract(Words a, Words b) { return {_mm_sub_epi16(a.v, b.v)}; }
 inline Words MultiplyLow(Words a, Words b) { return {_mm_mullo_epi16(a.v, b.v)}; }
 
+inline DoubleWords Add(DoubleWords a, DoubleWords b) { return {_mm_add_epi32(a.v, b.v)}; }
+inline DoubleWords Subtract(DoubleWords a, DoubleWords b) { return {_mm_sub_epi32(a.v, b.v)}; }
+inline Floats ToFloats(DoubleWords a) { return {_mm_cvtepi32_ps(a.v)}; }
+
 inline Floats Add(Floats a, Floats b) { return {_mm_add_ps(a.v, b.v)}; }
 inline Floats Subtract(Floats a, Floats b) { return {_mm_sub_ps(a.v, b.v)}; }
 inline Floats Multiply(Floats a, Floats b) { return {_mm_mul_ps(a.v, b.v)}; }
@@ -129,6 +136,9 @@ struct BytesAsFloats {
 struct WordsAsFloats {
   Floats part[2];
 };
+struct WordsAsDoubleWords {
+  DoubleWords part[2];
+};
 
 // Bytes as words, with another byte above each.
 inline BytesAsWords Widen(Bytes a, Bytes above) {
@@ -156,6 +166,20 @@ inline Bytes Narrow(__m128i a, __m128i b, __m128i c, __m128i d) {
 // Narrow undoes the lanes of Widen; this makes them those of floats that followed each other.
 inline Bytes InOrder(Bytes a) { return a; }
 inline Words InOrder(Words a) { return a; }
+
+// The samples at even places and those at odd ones; Interleave undoes it.
+inline BytesAsWords Split(Bytes a) {
+  return {{{_mm_and_si128(a.v, _mm_set1_epi16(0xFF))}, {_mm_srli_epi16(a.v, 8)}}};
+}
+inline WordsAsDoubleWords Split(Words a) {
+  return {{{_mm_and_si128(a.v, _mm_set1_epi32(0xFFFF))}, {_mm_srli_epi32(a.v, 16)}}};
+}
+inline Bytes Interleave(Words even, Words odd) {
+  return {_mm_or_si128(even.v, _mm_slli_epi16(odd.v, 8))};
+}
+inline Words Interleave(DoubleWords even, DoubleWords odd) {
+  return {_mm_or_si128(even.v, _mm_slli_epi32(odd.v, 16))};
+}
 
 // As many samples as a vector has floats, in their order.
 inline Floats LoadWidened(const std::uint8_t* p) {

@@ -177,17 +177,21 @@ TEST_P(ArrayStatisticsOnEverySet, SumManyLargeSamplesInSinglePrecisionInTheImage
   }
 }
 
-TEST_P(ArrayStatisticsOnEverySet, SumMoreBytesThan16BitsHold) {
-  for (const int count : {257, 258, 300}) {
-    std::vector<cv::Mat> images = RandomImages(count, 2, 70, CV_8UC1);
-    for (cv::Mat& image : images) {
-      image.row(0).setTo(255);
-    }
-    for (const Statistic statistic : kStatistics) {
-      KelImage dst;
-      KelImageOperation object;
-      ASSERT_EQ(Compute(object, statistic, images, &dst), STATUS_OK);
-      EXPECT_TRUE(SameImage(dst.Mat(), Model(statistic, images))) << statistic << ' ' << count;
+TEST_P(ArrayStatisticsOnEverySet, SumAsManyImagesAsIntegersHoldAndMore) {
+  for (const int type : {CV_8UC1, CV_16UC1}) {
+    const int largest = type == CV_8UC1 ? 255 : 65535;
+    for (const int count : {255, 256, 257, 258, 300}) {
+      std::vector<cv::Mat> images = RandomImages(count, 3, 70, type);
+      for (cv::Mat& image : images) {
+        image.row(0).setTo(largest);
+        image.row(1) |= cv::Scalar(largest & 0xFF01);
+      }
+      for (const Statistic statistic : kStatistics) {
+        KelImage dst;
+        KelImageOperation object;
+        ASSERT_EQ(Compute(object, statistic, images, &dst), STATUS_OK);
+        EXPECT_TRUE(SameImage(dst.Mat(), Model(statistic, images))) << statistic << ' ' << count;
+      }
     }
   }
 }
