@@ -46,8 +46,10 @@ std::vector<Rounds> TimeInTurn(const std::vector<Side>& sides) {
   std::vector<Rounds> times(sides.size(), Rounds(kRounds));
   for (std::size_t round = 0; round < kRounds; ++round) {
     for (std::size_t i = 0; i < sides.size(); ++i) {
-      // Another one begins each time, so that none always follows the same.
-      const std::size_t who = (round + i) % sides.size();
+      // Another one begins each time, and every other time they go round the other way, so that
+      // each follows each: what the one before has left in the caches counts for as much.
+      const std::size_t step = round % 2 == 0 ? i : sides.size() - i;
+      const std::size_t who = (round + step) % sides.size();
       times[who][round] = SecondsFor(sides[who], calls[who]) / calls[who];
     }
   }
