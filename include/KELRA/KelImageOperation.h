@@ -152,8 +152,9 @@ class KELIMAGEOPERATION_API KelImageOperation {
   // Upright, that is at angle 0, the position's fraction is dropped, and blocks count from where
   // the second image begins.
   //
-  // At any other angle, 360 included, cv::warpAffine turns the second image with bilinear
-  // interpolation into its bounding box, by cosine and sine narrowed to single precision. The box
+  // At any other angle, 360 included, the second image is turned into its bounding box, as
+  // cv::warpAffine does it: bilinear at positions in whole 32nds of a pixel, by cosine and sine
+  // narrowed to single precision; cv::Exception if it is wider or higher than 32766 pixels. The box
   // is laid so that the turned top left pixel is at `position`, fractions dropped; where nothing of
   // it is left on the first image, the result is the first image.
 

@@ -48,70 +48,62 @@ void CombineUpright(Arithmetic code, Linear linear, const cv::Mat& first, const 
   }
 }
 
-// The saturated sum or difference, or the scaled product or quotient as OpenCV rounds it, of some
-// rows. Where no rounding is involved the row bodies compute the same; OpenCV lets large 16-bit
-// products wrap around at the end of a row.
+// The saturated sum or difference, or the scaled product or quotient as OpenCV rounds it. Where no
+// rounding is involved the row bodies compute the same; OpenCV lets large 16-bit products wrap
+// around at the end of a row.
 template <class Sample, int Channels>
-void CombineRows(Arithmetic code, float scale, const cv::Mat& first, const cv::Mat& turned,
-                 cv::Mat* result, const RowRange& rows) {
+void CombineUnmasked(Arithmetic code, float scale, const cv::Mat& first, const cv::Mat& turned,
+                     cv::Mat* result) {
   if (IsSumOrDifference(code) || (code == kernels::kMultiply && scale == 1.0F)) {
-    tbbup::BlockwiseImages<Sample, Channels>(result, first, turned, code, 1.0F, 0.0F)(rows);
-    return;
-  }
-  const cv::Range range(rows.begin(), rows.end());
-  cv::Mat part = result->rowRange(range);
-  if (code == kernels::kMultiply) {
-    cv::multiply(first.rowRange(range), turned.rowRange(range), part, scale);
+    const RowRange all(0, first.rows);
+    tbbup::BlockwiseImages<Sample, Channels>(result, first, turned, code, 1.0F, 0.0F)(all);
+  } else if (code == kernels::kMultiply) {
+    cv::multiply(first, turned, *result, scale);
   } else {
-    cv::divide(first.rowRange(range), turned.rowRange(range), part, scale);
+    cv::divide(first, turned, *result, scale);
   }
+}
+
+// At 16 bits a product takes nothing behind a mask.
+bool NeedsMask(Arithmetic code, Linear linear, int depth) {
+  return !IsIdentity(linear) && !(depth == CV_16U && code == kernels::kMultiply);
 }
 
 // Without a mask the images are combined, no more. With it, what the turned image covers is scaled
 // and offset: sums and differences take both here; products and quotients have been scaled, and
-// take the offset, and around the turned image the first image's samples. At 16 bits a product
-// takes nothing, and a quotient is scaled and offset once more.
+// take the offset, and around the turned image the first image's samples. A 16-bit quotient is
+// scaled and offset once more.
 template <class Sample, int Channels>
-void CombineTurned(Arithmetic code, Linear linear, const cv::Mat& first, cv::Mat turned,
-                   const cv::Mat& mask, cv::Mat* result) {
-  constexpr bool k16Bit = sizeof(Sample) == 2;
+void CombineStripOf(Arithmetic code, Linear linear, const cv::Mat& first, cv::Mat& turned,
+                    const cv::Mat& mask, cv::Mat* result) {
   const bool is_sum = IsSumOrDifference(code);
-  const bool masked = !mask.empty() && !(k16Bit && code == kernels::kMultiply);
+  const bool masked = !mask.empty();
   const bool offset_or_first = masked && !is_sum;
-  const bool scale_and_offset = masked && (is_sum || k16Bit);
-  // Where the first image is needed once more, the result, which may be it, has to wait. The turned
-  // image is this call's own.
-  cv::Mat* combined = offset_or_first ? &turned : result;
-  const int rows = first.rows;
-  const int columns = first.cols;
-  const std::size_t bytes = (masked ? 5 : 3) * first.total() * first.elemSize();
-  ForEachRowRange(
-      rows, bytes,
-      [&](const RowRange& range) {
-        CombineRows<Sample, Channels>(code, linear.scale, first, turned, combined, range);
-        if (offset_or_first) {
-          tbbup::MaskedSumOrSecond<Sample, Channels>(result, turned, first, mask, rows, columns,
-                                                     linear.offset)(range);
-        }
-        if (scale_and_offset) {
-          tbbup::MaskedScaleAndOffset<Sample, Channels>(result, *result, mask, rows, columns,
-                                                        linear.scale, linear.offset)(range);
-        }
-      },
-      kSerialBytesBehindOpenCv);
+  const bool scale_and_offset = masked && (is_sum || sizeof(Sample) == 2);
+  // Where the first image is needed once more, the result, which may be it, has to wait.
+  cv::Mat* const combined = offset_or_first ? &turned : result;
+  const RowRange all(0, first.rows);
+  CombineUnmasked<Sample, Channels>(code, linear.scale, first, turned, combined);
+  if (offset_or_first) {
+    tbbup::MaskedSumOrSecond<Sample, Channels>(result, turned, first, mask, first.rows, first.cols,
+                                               linear.offset)(all);
+  }
+  if (scale_and_offset) {
+    tbbup::MaskedScaleAndOffset<Sample, Channels>(result, *result, mask, first.rows, first.cols,
+                                                  linear.scale, linear.offset)(all);
+  }
 }
 
-void CombineTurned(Arithmetic code, Linear linear, const cv::Mat& first, const cv::Mat& turned,
-                   const cv::Mat& mask, cv::Mat* result) {
-  switch (first.type()) {
+auto StripCombinationFor(int type) {
+  switch (type) {
     case CV_8UC1:
-      return CombineTurned<std::uint8_t, 1>(code, linear, first, turned, mask, result);
+      return CombineStripOf<std::uint8_t, 1>;
     case CV_8UC3:
-      return CombineTurned<std::uint8_t, 3>(code, linear, first, turned, mask, result);
+      return CombineStripOf<std::uint8_t, 3>;
     case CV_16UC1:
-      return CombineTurned<std::uint16_t, 1>(code, linear, first, turned, mask, result);
+      return CombineStripOf<std::uint16_t, 1>;
     default:
-      return CombineTurned<std::uint16_t, 3>(code, linear, first, turned, mask, result);
+      return CombineStripOf<std::uint16_t, 3>;
   }
 }
 
@@ -126,17 +118,14 @@ void PlaceUprightOnto(const cv::Mat& first, const cv::Mat& second, const KelPoin
 void PlaceTurnedOnto(const cv::Mat& first, const cv::Mat& second, const KelPoint& position,
                      double angle, Arithmetic code, Linear linear, KelImage* result) {
   const Turn turn = TurnOf(second.size(), angle);
-  // Around the turned image the second operand changes nothing.
-  const cv::Mat turned = Turned(second, turn, IsSumOrDifference(code) ? 0 : 1);
   const Placement placement =
-      PlaceTurned(first.size(), turned.size(), Footprint(second.size(), position, angle));
-  cv::Mat mask;
-  if (!IsIdentity(linear) && !placement.on_first.empty()) {
-    mask = Turned(cv::Mat(second.size(), CV_8UC1, cv::Scalar(255)), turn, 0)(placement.OnSecond());
-  }
-  CombinePlaced(first, turned, placement, result,
-                [&](const cv::Mat& a, const cv::Mat& b, cv::Mat* out) {
-                  CombineTurned(code, linear, a, b, mask, out);
+      PlaceTurned(first.size(), turn.size, Footprint(second.size(), position, angle));
+  // Around the turned image the second operand changes nothing.
+  TurnedStrips turned(second, turn, IsSumOrDifference(code) ? 0 : 1, placement.OnSecond());
+  const auto combine = StripCombinationFor(first.type());
+  CombineTurned(first, &turned, placement.on_first, NeedsMask(code, linear, first.depth()), result,
+                [&](const cv::Mat& a, cv::Mat& b, const cv::Mat& mask, cv::Mat* out) {
+                  combine(code, linear, a, b, mask, out);
                 });
 }
 

@@ -1,8 +1,8 @@
 // BitAnd, BitOr, BitXor.
 
-#include <cstddef>
 #include <exception>
 #include <opencv2/core.hpp>
+#include <optional>
 
 #include "KELRA/KelImageOperation.h"
 #include "frame/call_log.h"
@@ -54,22 +54,27 @@ KelLong PlacedBitwise(const Bitwise& operation, KelImage& image1, KelImage& imag
   KELRA_RETURN_IF_ERROR(CheckOutput(result));
 
   const cv::Mat& first = image1.Mat();
-  cv::Mat second = image2.Mat();
-  Placement placement;
+  const cv::Mat& second = image2.Mat();
+  const kernels::Combination combination = operation.combination;
   if (angle == 0) {
-    placement = PlaceUpright(first.size(), second.size(), position);
-  } else {
-    const cv::Size upright = second.size();
-    KELRA_RETURN_IF_ERROR(Guarded(ERR_WARP_EXCEPTION, [&] {
-      second = Turned(second, TurnOf(upright, angle), operation.Neutral(image1.BitDepth()));
-    }));
-    placement = PlaceTurned(first.size(), second.size(), Footprint(upright, position, angle));
+    return Guarded(ERR_BITWISE_EXCEPTION, [&] {
+      CombinePlaced(first, second, PlaceUpright(first.size(), second.size(), position), result,
+                    [&](const cv::Mat& a, const cv::Mat& b, cv::Mat* out) {
+                      CombineMatrices(a, b, out, combination);
+                    });
+    });
   }
-  const std::size_t serial_bytes = angle == 0 ? kSerialBytes : kSerialBytesBehindOpenCv;
+  const Turn turn = TurnOf(second.size(), angle);
+  const Placement placement =
+      PlaceTurned(first.size(), turn.size, Footprint(second.size(), position, angle));
+  std::optional<TurnedStrips> turned;
+  KELRA_RETURN_IF_ERROR(Guarded(ERR_WARP_EXCEPTION, [&] {
+    turned.emplace(second, turn, operation.Neutral(image1.BitDepth()), placement.OnSecond());
+  }));
   return Guarded(ERR_BITWISE_EXCEPTION, [&] {
-    CombinePlaced(first, second, placement, result,
-                  [&](const cv::Mat& a, const cv::Mat& b, cv::Mat* out) {
-                    CombineMatrices(a, b, out, operation.combination, serial_bytes);
+    CombineTurned(first, &*turned, placement.on_first, false, result,
+                  [&](const cv::Mat& a, cv::Mat& b, const cv::Mat&, cv::Mat* out) {
+                    CombineMatrices(a, b, out, combination);
                   });
   });
 }

@@ -24,6 +24,26 @@ void CopyAround(const cv::Mat& from, const cv::Rect& hole, cv::Mat* to) {
   CopyPart(from, {0, below, from.cols, from.rows - below}, to);
 }
 
+// The output gets the first image, and at `at` what `write` makes of that part of it.
+using WriteCovered = FunctionRef<void(const cv::Mat& first, cv::Mat* result)>;
+void WriteOver(const cv::Mat& first, const cv::Rect& at, KelImage* output, WriteCovered write) {
+  cv::Mat fresh;
+  cv::Mat& result = ResultMatrix(output, first.size(), first.type(), &fresh);
+  cv::Mat first_copy;
+  const cv::Mat& base = InputToReadWhileWriting(result, first, &first_copy);
+  if (at.size() == first.size()) {
+    write(base, &result);
+  } else if (!at.empty()) {
+    cv::Mat covered = result(at);
+    write(base(at), &covered);
+  }
+  // The rest comes last: it may lie where the second image has been read.
+  if (result.data != base.data) {
+    CopyAround(base, at, &result);
+  }
+  AssignResult(result, output);
+}
+
 }  // namespace
 
 Status CheckPosition(const KelImage& image, const KelPoint& position) {
@@ -46,33 +66,29 @@ void PromoteToColor(KelImage& first, KelImage& second) {
   }
 }
 
-cv::Mat Turned(const cv::Mat& image, const Turn& turn, double border) {
-  cv::Mat turned;
-  cv::warpAffine(image, turned, turn.transform, turn.size, cv::INTER_LINEAR, cv::BORDER_CONSTANT,
-                 cv::Scalar::all(border));
-  return turned;
-}
-
 void CombinePlaced(const cv::Mat& first, const cv::Mat& second, const Placement& placement,
                    KelImage* output, Combine combine) {
-  cv::Mat fresh;
-  cv::Mat& result = ResultMatrix(output, first.size(), first.type(), &fresh);
-  cv::Mat first_copy;
-  const cv::Mat& base = InputToReadWhileWriting(result, first, &first_copy);
-  const cv::Rect& at = placement.on_first;
-  cv::Mat second_copy;
-  if (at.size() == first.size() && at.size() == second.size()) {
-    combine(base, InputToReadWhileWriting(result, second, &second_copy), &result);
-  } else if (!at.empty()) {
-    cv::Mat covered = result(at);
-    const cv::Mat covering = second(placement.OnSecond());
-    combine(base(at), InputToReadWhileWriting(covered, covering, &second_copy), &covered);
-  }
-  // The rest comes last: it may lie where the second image has been read.
-  if (result.data != base.data) {
-    CopyAround(base, at, &result);
-  }
-  AssignResult(result, output);
+  WriteOver(first, placement.on_first, output, [&](const cv::Mat& covered, cv::Mat* result) {
+    cv::Mat copy;
+    if (covered.size() == second.size()) {
+      combine(covered, InputToReadWhileWriting(*result, second, &copy), result);
+    } else {
+      const cv::Mat covering = second(placement.OnSecond());
+      combine(covered, InputToReadWhileWriting(*result, covering, &copy), result);
+    }
+  });
+}
+
+void CombineTurned(const cv::Mat& first, TurnedStrips* turned, const cv::Rect& at, bool with_mask,
+                   KelImage* output, CombineStrip combine) {
+  WriteOver(first, at, output, [&](const cv::Mat& covered, cv::Mat* result) {
+    turned->KeepApartFrom(*result);
+    turned->ForEach(with_mask, [&](const RowRange& rows, cv::Mat& pixels, const cv::Mat& mask) {
+      const cv::Range range(rows.begin(), rows.end());
+      cv::Mat part = result->rowRange(range);
+      combine(covered.rowRange(range), pixels, mask, &part);
+    });
+  });
 }
 
 }  // namespace KELRA

@@ -8,6 +8,7 @@
 #include "frame/function_ref.h"
 #include "frame/status.h"
 #include "twoimage/placement.h"
+#include "twoimage/turned_strips.h"
 
 namespace KELRA {
 
@@ -20,9 +21,6 @@ Status CheckAngle(double angle);
 // channels: the caller's own image, on purpose, so that it need not be converted again.
 void PromoteToColor(KelImage& first, KelImage& second);
 
-// The turned image, `border` around it.
-cv::Mat Turned(const cv::Mat& image, const Turn& turn, double border);
-
 // Computes `result`, of the size and type of both inputs, which it may be one of.
 using Combine = FunctionRef<void(const cv::Mat& first, const cv::Mat& second, cv::Mat* result)>;
 
@@ -30,5 +28,12 @@ using Combine = FunctionRef<void(const cv::Mat& first, const cv::Mat& second, cv
 // share pixels with either.
 void CombinePlaced(const cv::Mat& first, const cv::Mat& second, const Placement& placement,
                    KelImage* output, Combine combine);
+
+// The same for a turned image, of which `at` is what lies on the first one, strip by strip.
+// `combine` may change the turned pixels.
+using CombineStrip =
+    FunctionRef<void(const cv::Mat& first, cv::Mat& turned, const cv::Mat& mask, cv::Mat* result)>;
+void CombineTurned(const cv::Mat& first, TurnedStrips* turned, const cv::Rect& at, bool with_mask,
+                   KelImage* output, CombineStrip combine);
 
 }  // namespace KELRA

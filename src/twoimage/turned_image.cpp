@@ -8,6 +8,7 @@
 
 #include "frame/kernels/row_kernels.h"
 #include "frame/row_engine.h"
+#include "twoimage/column_search.h"
 #include "twoimage/placement.h"
 
 namespace KELRA {
@@ -37,24 +38,6 @@ SourceMap MapOfBox(double width, double height, cv::Size image, double angle) {
   return {c, s, image.width * 0.5 - (c * width / 2 + s * height / 2),
           s * width / 2 - c * height / 2 + image.height * 0.5};
 }
-
-// The first of `columns` columns for which `holds` does; it holds for all after the first one. The
-// guess only saves time.
-template <class Predicate>
-int FirstColumn(double guess, int columns, Predicate holds) {
-  int column = guess > 0 ? static_cast<int>(std::min<double>(guess + 1, columns)) : 0;
-  while (column > 0 && holds(column - 1)) {
-    --column;
-  }
-  while (column < columns && !holds(column)) {
-    ++column;
-  }
-  return column;
-}
-
-struct Columns {
-  int first, last;
-};
 
 // The columns whose coordinate lies within [0, size) or the tolerance before it: they are
 // neighbours.

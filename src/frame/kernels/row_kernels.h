@@ -82,7 +82,7 @@ struct ImageRows {
 // 16 bits hold.
 inline constexpr std::size_t kMostSummedImages = 256;
 
-// An image of at least two columns that is sampled between its pixels.
+// An image that is sampled between its pixels.
 template <class Sample>
 struct SampledImage {
   Rows<const Sample> rows;
@@ -98,6 +98,21 @@ struct Coordinate {
   double shift;
 
   double At(double column) const { return slope * column + row + shift; }
+};
+
+// Where the pixels of a row of a result are sampled, in parts of a pixel of which the upper five
+// bits count: what is added, for each, to where the row is sampled.
+struct GridRow {
+  static constexpr int kBits = 10;
+
+  const int* x_steps;
+  const int* y_steps;
+  int x;
+  int y;
+
+  int X(std::ptrdiff_t k) const { return x + x_steps[k]; }
+  int Y(std::ptrdiff_t k) const { return y + y_steps[k]; }
+  GridRow From(std::ptrdiff_t k) const { return {x_steps + k, y_steps + k, x, y}; }
 };
 
 template <class Sample>
@@ -147,9 +162,16 @@ struct SampleKernels {
   using Means = void (*)(Rows<float> sums, Rows<Sample> dst, Extent extent, float factor);
   // dst = `count` pixels of a row from the column `first` on, bilinear between the neighbours of
   // (x, y) and truncated, in double precision. Below 0 a position counts as 0; it lies before the
-  // image's last column and row or in them. Behind those a pixel is its own neighbour.
+  // image's last column and row or in them. Behind those a pixel is its own neighbour. The image
+  // has at least two columns.
   using Bilinear = void (*)(const SampledImage<Sample>& image, Coordinate x, Coordinate y,
                             std::ptrdiff_t first, std::ptrdiff_t count, Sample* dst);
+  // dst = the first `count` pixels of a row, bilinear between the neighbours of each; outside the
+  // image all samples are `around`. Bytes are rounded half up; words are interpolated in single
+  // precision, upper left, upper right, lower left, lower right, and rounded to nearest, ties to
+  // even.
+  using OnGrid = void (*)(const SampledImage<Sample>& image, GridRow row, std::ptrdiff_t count,
+                          Sample around, Sample* dst);
 
   std::array<WithConstant, kArithmeticCount> with_constant;
   std::array<WithImage, kArithmeticCount> with_image;
@@ -171,6 +193,8 @@ struct SampleKernels {
   Means means;
   Bilinear bilinear_of_one_channel;
   Bilinear bilinear_of_three_channels;
+  OnGrid on_grid_of_one_channel;
+  OnGrid on_grid_of_three_channels;
 };
 
 struct DepthConversions {

@@ -805,4 +805,6 @@ inline constexpr SampleKernels<Sample> kSampleKernels = {
     .means = Means<Sample>,
     .bilinear_of_one_channel = Bilinear<Sample, 1>,
     .bilinear_of_three_channels = Bilinear<Sample, 3>,
+    .on_grid_of_one_channel = SampleOnGrid<Sample, 1>,
+    .on_grid_of_three_channels = SampleOnGrid<Sample, 3>,
 };

@@ -15,6 +15,8 @@ namespace KELRA::kernels::avx2 {
 
 #include "frame/kernels/bilinear_rows.inl"
 
+#include "frame/kernels/grid_sampling.inl"
+
 #include "frame/kernels/row_kernels.inl"
 
 #include "frame/kernels/depth_conversion.inl"
