@@ -1,4 +1,5 @@
 #include <opencv2/imgproc.hpp>
+#include <string>
 
 #include "side_by_side.h"
 
@@ -43,7 +44,9 @@ struct TurnedBox {
   cv::Rect on_first;
 };
 
-// The turned image's bounding box, at a place where it is inside the first image.
+// A place where the turned image's bounding box is inside the first image.
+cv::Point CornerOfBox(cv::Size size) { return {size.width / 2, size.height / 2}; }
+
 TurnedBox BoxOf(cv::Size size) {
   const cv::Point2f center(static_cast<float>(size.width - 1) / 2,
                            static_cast<float>(size.height - 1) / 2);
@@ -51,44 +54,80 @@ TurnedBox BoxOf(cv::Size size) {
   const cv::Rect box = cv::RotatedRect(center, size, static_cast<float>(-kAngle)).boundingRect();
   transform(0, 2) -= box.x;
   transform(1, 2) -= box.y;
-  return {transform, {{size.width / 2, size.height / 2}, box.size()}};
+  return {transform, {CornerOfBox(size), box.size()}};
 }
 
-void RegisterTurned(const char* name, float scale, float offset) {
-  const bool masked = scale != 1.0F || offset != 0.0F;
-  Register({name,
-            [=](KelImageOperation& op, KelImage& image, KelImage& second, KelImage* dst) {
-              KelImage part(second.Mat()(Middle(second.Mat())));
-              const TurnedBox turned = BoxOf(part.Mat().size());
-              KelPoint at{static_cast<double>(turned.on_first.x),
-                          turned.on_first.y + 0.342 * part.Width()};
-              return op.Add(image, part, dst, at, kAngle, scale, offset);
-            },
-            [=](const cv::Mat& image, const cv::Mat& second, cv::Mat* dst) {
-              const cv::Mat part = second(Middle(second));
-              const TurnedBox turned = BoxOf(part.size());
-              const cv::Rect box = turned.on_first & cv::Rect({}, image.size());
-              cv::Mat pixels;
-              cv::warpAffine(part, pixels, turned.transform, turned.on_first.size());
-              const cv::Mat visible = pixels({{}, box.size()});
-              image.copyTo(*dst);
-              cv::Mat target = (*dst)(box);
-              cv::Mat sum;
-              cv::add(image(box), visible, sum);
-              if (!masked) {
-                sum.copyTo(target);
-                return;
-              }
-              cv::Mat mask;
-              cv::warpAffine(cv::Mat(part.size(), CV_8UC1, cv::Scalar(255)), mask, turned.transform,
-                             turned.on_first.size());
-              cv::Mat scaled;
-              sum.convertTo(scaled, -1, scale, offset);
-              scaled.copyTo(target, mask({{}, box.size()}));
-            },
-            kAllTypes,
-            {8, 8}});
+using OnTurned = std::function<KelLong(KelImageOperation& op, KelImage& image, KelImage& part,
+                                       KelImage* dst, KelPoint& at)>;
+// What OpenCV makes of the covered pixels and the turned ones.
+using OfTurned = std::function<cv::Mat(const cv::Mat& covered, const cv::Mat& turned)>;
+
+// With a mask, only what the turned image covers is written; without, `around` changes nothing.
+struct Turned {
+  std::string name;
+  OnTurned ours;
+  OfTurned opencv;
+  bool masked;
+  double around;
+};
+
+void ByOpenCv(const Turned& turned, const cv::Mat& image, const cv::Mat& second, cv::Mat* dst) {
+  const cv::Mat part = second(Middle(second));
+  const TurnedBox box = BoxOf(part.size());
+  const cv::Rect on_first = box.on_first & cv::Rect({}, image.size());
+  const cv::Rect visible({}, on_first.size());
+  cv::Mat pixels;
+  cv::warpAffine(part, pixels, box.transform, box.on_first.size(), cv::INTER_LINEAR,
+                 cv::BORDER_CONSTANT, cv::Scalar::all(turned.around));
+  image.copyTo(*dst);
+  cv::Mat target = (*dst)(on_first);
+  const cv::Mat combined = turned.opencv(image(on_first), pixels(visible));
+  if (!turned.masked) {
+    combined.copyTo(target);
+    return;
+  }
+  cv::Mat mask;
+  cv::warpAffine(cv::Mat(part.size(), CV_8UC1, cv::Scalar(255)), mask, box.transform,
+                 box.on_first.size());
+  combined.copyTo(target, mask(visible));
 }
+
+void RegisterTurned(const Turned& turned) {
+  Register(
+      {turned.name,
+       [=](KelImageOperation& op, KelImage& image, KelImage& second, KelImage* dst) {
+         KelImage part(second.Mat()(Middle(second.Mat())));
+         const TurnedBox box = BoxOf(part.Mat().size());
+         KelPoint at{static_cast<double>(box.on_first.x), box.on_first.y + 0.342 * part.Width()};
+         return turned.ours(op, image, part, dst, at);
+       },
+       [=](const cv::Mat& image, const cv::Mat& second, cv::Mat* dst) {
+         ByOpenCv(turned, image, second, dst);
+       },
+       kAllTypes,
+       {8, 8}});
+}
+
+void RegisterTurnedArithmetic(const char* name, Arithmetic method, float scale, float offset,
+                              double around, const OfTurned& opencv) {
+  RegisterTurned(
+      {name,
+       [=](KelImageOperation& op, KelImage& image, KelImage& part, KelImage* dst, KelPoint& at) {
+         return (op.*method)(image, part, dst, at, kAngle, scale, offset);
+       },
+       opencv, scale != 1.0F || offset != 0.0F, around});
+}
+
+void RegisterTurnedBitwise(const char* name, Bitwise method, double around,
+                           const OfTurned& opencv) {
+  RegisterTurned({name,
+                  [=](KelImageOperation& op, KelImage& image, KelImage& part, KelImage* dst,
+                      KelPoint& at) { return (op.*method)(image, part, dst, at, kAngle); },
+                  opencv, false, around});
+}
+
+// An expression of matrices, computed.
+cv::Mat Computed(const cv::MatExpr& expression) { return expression; }
 
 }  // namespace
 
@@ -118,8 +157,28 @@ void RegisterTwoImages() {
   RegisterBitwise(
       "BitXor", &KelImageOperation::BitXor,
       [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) { cv::bitwise_xor(a, b, *dst); });
-  RegisterTurned("Add turned", 1, 0);
-  RegisterTurned("Add turned, x0.5 +3", 0.5F, 3);
+  RegisterTurnedArithmetic("Add turned", &KelImageOperation::Add, 1, 0, 0,
+                           [](const cv::Mat& a, const cv::Mat& b) { return Computed(a + b); });
+  RegisterTurnedArithmetic("Add turned, x0.5 +3", &KelImageOperation::Add, 0.5F, 3, 0,
+                           [](const cv::Mat& a, const cv::Mat& b) {
+                             cv::Mat scaled;
+                             Computed(a + b).convertTo(scaled, -1, 0.5, 3);
+                             return scaled;
+                           });
+  RegisterTurnedArithmetic("Multiply turned", &KelImageOperation::Multiply, 1, 0, 1,
+                           [](const cv::Mat& a, const cv::Mat& b) { return Computed(a.mul(b)); });
+  RegisterTurnedArithmetic("Divide turned, x64", &KelImageOperation::Divide, 64, 0, 1,
+                           [](const cv::Mat& a, const cv::Mat& b) {
+                             cv::Mat quotient;
+                             cv::divide(a, b, quotient, 64);
+                             return quotient;
+                           });
+  RegisterTurnedBitwise("BitAnd turned", &KelImageOperation::BitAnd, 65535,
+                        [](const cv::Mat& a, const cv::Mat& b) { return Computed(a & b); });
+  RegisterTurnedBitwise("BitOr turned", &KelImageOperation::BitOr, 0,
+                        [](const cv::Mat& a, const cv::Mat& b) { return Computed(a | b); });
+  RegisterTurnedBitwise("BitXor turned", &KelImageOperation::BitXor, 0,
+                        [](const cv::Mat& a, const cv::Mat& b) { return Computed(a ^ b); });
   Register({"Compare greater",
             [](KelImageOperation& op, KelImage& image, KelImage& second, KelImage* dst) {
               return op.Compare(image, second, dst, 7);
