@@ -3,6 +3,7 @@
 
 #include <opencv2/core/version.hpp>
 
+#include "ours_only.h"
 #include "side_by_side.h"
 
 int main(int argc, char** argv) {
@@ -20,6 +21,7 @@ int main(int argc, char** argv) {
   benchmark::AddCustomContext("opencv", CV_VERSION);
   benchmark::AddCustomContext("onetbb", TBB_runtime_version());
   benchmark::AddCustomContext("compiler", KELRA_COMPILER);
+  KELRA::bench::TakeOptions(&KELRA::bench::RequestedOursOnly(), &argc, argv);
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
     return 2;

@@ -10,6 +10,8 @@ namespace {
 constexpr int kRounds = 9;
 constexpr double kBatchSeconds = 0.002;
 
+}  // namespace
+
 double SecondsFor(const Side& side, int calls) {
   using Clock = std::chrono::steady_clock;
   if (side.prepare) {
@@ -22,7 +24,6 @@ double SecondsFor(const Side& side, int calls) {
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// How many calls take about as long as a batch should.
 int CallsPerBatch(const Side& side) {
   const int most = side.prepare ? kMostPrepared : 1 << 20;
   SecondsFor(side, 1);
@@ -34,8 +35,6 @@ int CallsPerBatch(const Side& side) {
   }
   return std::clamp(static_cast<int>(calls * kBatchSeconds / seconds), 1, most);
 }
-
-}  // namespace
 
 std::vector<Rounds> TimeInTurn(const std::vector<Side>& sides) {
   std::vector<int> calls;

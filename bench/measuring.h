@@ -17,6 +17,11 @@ struct Side {
 
 inline constexpr int kMostPrepared = 64;
 
+// Of so many calls, prepared untimed.
+double SecondsFor(const Side& side, int calls);
+// How many calls take about as long as a batch should: some milliseconds. Calls the side.
+int CallsPerBatch(const Side& side);
+
 // Seconds a call, in each round.
 using Rounds = std::vector<double>;
 

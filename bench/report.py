@@ -16,6 +16,7 @@ from cases import REGIONS, SAMPLES, SIZES, THREADS, geometric_mean, grouped, rea
 SLOW = 1.05  # of OpenCV's time
 NEAR_A_COPY = 1.15  # of a copy's time
 CALL_MICROSECONDS = 1
+PROFILES = "speed/profiles.md"  # written by profile.py
 
 
 def times(text):
@@ -133,12 +134,14 @@ def growth_table(cases):
     return lines
 
 
-def measured(cases, context):
+def measured(cases, context, docs):
     lines, slow = summary(cases)
+    profiled = (docs / PROFILES).exists()
     return "\n".join([
         machine(context), "", *lines, "", "![our time by OpenCV's](speed/ratios.svg)", "",
         "### By operation", "", *by_operation(cases), "",
         f"### The cases above {SLOW}", "", *slow_table(slow), "",
+        *([f"[Where the time of some of them goes]({PROFILES}), by function.", ""] if profiled else []),
         "### What a call costs", "", *call_table(cases), "",
         "### What twice the pixels cost", "",
         "The time at a size by the time at half its pixels.", "", *growth_table(cases)])
@@ -169,7 +172,7 @@ def write(cases, context, docs):
     page = docs / "speed.md"
     head, rest = page.read_text(encoding="utf-8").split("<!-- measured -->\n")
     tail = rest.split("<!-- end of measured -->\n")[1]
-    page.write_text(f"{head}<!-- measured -->\n{measured(cases, context)}\n"
+    page.write_text(f"{head}<!-- measured -->\n{measured(cases, context, docs)}\n"
                     f"<!-- end of measured -->\n{tail}", encoding="utf-8")
     folder = docs / "speed"
     folder.mkdir(exist_ok=True)

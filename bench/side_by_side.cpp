@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "measuring.h"
+#include "ours_only.h"
 #include "regions.h"
 
 namespace KELRA::bench {
@@ -42,10 +43,16 @@ std::string NameOf(const CallsSideBySide& pair, cv::Size size, int type, const T
          std::to_string(CV_MAT_CN(type)) + "/" + pair.region + "/" + threads.name;
 }
 
+// What a call reads and writes at least.
+double BytesMoved(const Case& benchmark_case, cv::Size size, int type) {
+  return benchmark_case.work == Work::kCallOnly ? 0
+                                                : benchmark_case.pair.images_moved * size.area() *
+                                                      static_cast<double>(CV_ELEM_SIZE(type));
+}
+
 // A copy that reads and writes as many bytes as a call does.
-std::function<void()> CopyOf(double images_moved, cv::Size size, int type) {
-  const auto bytes = static_cast<std::size_t>(images_moved / 2 * size.area() *
-                                              static_cast<double>(CV_ELEM_SIZE(type)));
+std::function<void()> CopyOf(double bytes_moved) {
+  const auto bytes = static_cast<std::size_t>(bytes_moved / 2);
   struct Buffers {
     std::vector<std::uint8_t> src;
     std::vector<std::uint8_t> dst;
@@ -73,9 +80,16 @@ void Measure(benchmark::State& state, const Case& benchmark_case, cv::Size size,
                               calls.prepare},
                              {calls.opencv, calls.prepare}};
   if (benchmark_case.work != Work::kCallOnly) {
-    sides.push_back({CopyOf(pair.images_moved, size, type)});
+    sides.push_back({CopyOf(BytesMoved(benchmark_case, size, type))});
   }
   for (auto _ : state) {
+    if (const OursOnly& ours_only = RequestedOursOnly(); ours_only.seconds > 0) {
+      const Usage usage = CallFor(ours_only, sides[0]);
+      state.SetIterationTime(usage.seconds);
+      state.counters["page_faults"] = usage.page_faults;
+      state.counters["bytes_moved"] = BytesMoved(benchmark_case, size, type);
+      continue;
+    }
     const std::vector<Rounds> times = TimeInTurn(sides);
     state.SetIterationTime(Median(times[0]));
     state.counters["ours"] = Median(times[0]);
