@@ -1,7 +1,8 @@
 // Transpose, Affine, Perspective.
 
+#include <array>
+#include <cstddef>
 #include <opencv2/imgproc.hpp>
-#include <vector>
 
 #include "KELRA/KelImageOperation.h"
 #include "frame/call_log.h"
@@ -18,11 +19,12 @@ Status CheckPointCounts(const KelPointArray& from, const KelPointArray& to, int 
   return from.Length() == count && to.Length() == count ? STATUS_OK : ERR_POINT_COUNT;
 }
 
-std::vector<cv::Point2f> InSinglePrecision(const KelPointArray& points) {
-  std::vector<cv::Point2f> narrowed;
-  narrowed.reserve(static_cast<std::size_t>(points.Length()));
-  for (int i = 0; i < points.Length(); ++i) {
-    narrowed.emplace_back(static_cast<float>(points[i].x), static_cast<float>(points[i].y));
+template <std::size_t kCount>
+std::array<cv::Point2f, kCount> InSinglePrecision(const KelPointArray& points) {
+  std::array<cv::Point2f, kCount> narrowed;
+  for (std::size_t i = 0; i < kCount; ++i) {
+    const KelPoint& point = points[static_cast<int>(i)];
+    narrowed[i] = {static_cast<float>(point.x), static_cast<float>(point.y)};
   }
   return narrowed;
 }
@@ -53,7 +55,8 @@ KelLong KelImageOperation::Affine(KelImage& src, KelImage* dst, KelPointArray& f
   KELRA_RETURN_IF_ERROR(CheckPointCounts(from, to, kAffinePoints));
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
   const cv::Mat& input = src.Mat();
-  const cv::Mat forward = cv::getAffineTransform(InSinglePrecision(from), InSinglePrecision(to));
+  const cv::Mat forward = cv::getAffineTransform(InSinglePrecision<kAffinePoints>(from).data(),
+                                                 InSinglePrecision<kAffinePoints>(to).data());
   cv::Mat fresh;
   cv::Mat& result = ResultMatrixApart(input, dst, input.size(), input.type(), &fresh);
   cv::warpAffine(input, result, forward, input.size(), cv::INTER_LINEAR, cv::BORDER_CONSTANT);
@@ -71,7 +74,8 @@ KelLong KelImageOperation::Perspective(KelImage& src, KelImage* dst, KelPointArr
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
   const cv::Mat& input = src.Mat();
   const cv::Mat forward =
-      cv::getPerspectiveTransform(InSinglePrecision(from), InSinglePrecision(to));
+      cv::getPerspectiveTransform(InSinglePrecision<kPerspectivePoints>(from).data(),
+                                  InSinglePrecision<kPerspectivePoints>(to).data());
   cv::Mat fresh;
   cv::Mat& result = ResultMatrixApart(input, dst, input.size(), input.type(), &fresh);
   cv::warpPerspective(input, result, forward, input.size(), cv::INTER_LINEAR, cv::BORDER_CONSTANT);
