@@ -5,7 +5,7 @@
 #include <optional>
 #include <utility>
 
-#include "frame/kept_mask.h"
+#include "frame/kept_memory.h"
 #include "frame/large_pages.h"
 #include "frame/load_time_state.h"
 #include "frame/region_rows.h"
@@ -124,10 +124,9 @@ Status CallFrame::RunUnderMask(KelROI& roi, KelImage* dst, Work work) {
     return Fail(Fallback::kMaskedWork, status, dst);
   }
   dst->Mat() = result->Mat();
-  KeptMask kept;
-  cv::Mat& mask = kept.Mat();
+  cv::Mat mask;
   const Status made = MakeMask(roi, pixels, &mask);
-  return BringBackOutsideMask(made, mask, pixels, dst);
+  return BringBackOutsideMask(made, std::move(mask), pixels, dst);
 }
 
 Status CallFrame::RunUnderMaskOnRows(KelROI& roi, cv::Range rows, KelImage* dst, Work work) {
@@ -143,11 +142,11 @@ Status CallFrame::RunUnderMaskOnRows(KelROI& roi, cv::Range rows, KelImage* dst,
   if (part_result.Mat().data != part_of_result.data) {
     part_result.Mat().copyTo(part_of_result);
   }
-  KeptMask kept;
-  cv::Mat& mask = kept.Mat();
+  cv::Mat mask;
   const Status made = MakeMask(roi, pixels, &mask);
   if (made.ok() && CoversOnly(mask, pixels.size(), rows)) {
     BringBackOutside(pixels, mask, rows, &result);
+    Keep(KeptFor::kMask, std::move(mask));
     AssignResult(result, dst);
     bound_.MarkOverwritten();
     return STATUS_OK;
@@ -158,16 +157,17 @@ Status CallFrame::RunUnderMaskOnRows(KelROI& roi, cv::Range rows, KelImage* dst,
     const LogPause pause;
     KELRA_RETURN_IF_ERROR(work(*input_, dst));
   }
-  return BringBackOutsideMask(made, mask, pixels, dst);
+  return BringBackOutsideMask(made, std::move(mask), pixels, dst);
 }
 
 Status CallFrame::MakeMask(KelROI& roi, const cv::Mat& pixels, cv::Mat* mask) {
+  *mask = TakeKept(KeptFor::kMask);
   cv::Mat mask_template =
       policy_.mask_template == MaskTemplate::kInput ? pixels : ConstantImage(pixels.size());
   return RegionConverter().GenMaskImage(mask_template, roi, mask, 1, 0);
 }
 
-Status CallFrame::BringBackOutsideMask(Status made, const cv::Mat& mask, const cv::Mat& pixels,
+Status CallFrame::BringBackOutsideMask(Status made, cv::Mat mask, const cv::Mat& pixels,
                                        KelImage* dst) {
   bound_.MarkOverwritten();
   if (!made.ok()) {
@@ -179,6 +179,7 @@ Status CallFrame::BringBackOutsideMask(Status made, const cv::Mat& mask, const c
   } else {
     BringBackOutside(pixels, mask, cv::Range(0, pixels.rows), &dst->Mat());
   }
+  Keep(KeptFor::kMask, std::move(mask));
   return STATUS_OK;
 }
 
@@ -215,7 +216,10 @@ Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
   }
   const AfterRestore after = policy_.after_restore;
   if (status.ok() || after != AfterRestore::kOnlyOnSuccess) {
-    dst->Mat() = std::move(restored);
+    std::swap(dst->Mat(), restored);
+    if (after == AfterRestore::kOnlyOnSuccess) {
+      Keep(KeptFor::kResult, std::move(restored));
+    }
   }
   if (status.ok() || after == AfterRestore::kAssignAndLogAlways ||
       after == AfterRestore::kIgnoreStatus) {
@@ -230,11 +234,19 @@ Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
 cv::Mat CallFrame::MatrixToRestoreInto(const KelImage& dst) const {
   const cv::Mat& pixels = input_->Mat();
   const cv::Mat& own = dst.Mat();
-  const bool must_survive = policy_.after_restore == AfterRestore::kOnlyOnSuccess;
-  const bool reuse = !must_survive && !bound_.IsBound() && own.dims <= 2 &&
-                     own.size() == pixels.size() && own.type() == pixels.type() &&
-                     IsHeldAlone(own) && !SharesPixels(own, pixels);
-  return reuse ? own : cv::Mat();
+  if (bound_.IsBound() || own.dims > 2 || own.size() != pixels.size() ||
+      own.type() != pixels.type() || !IsHeldAlone(own) || SharesPixels(own, pixels)) {
+    return {};
+  }
+  if (policy_.after_restore != AfterRestore::kOnlyOnSuccess) {
+    return own;
+  }
+  cv::Mat kept = TakeKept(KeptFor::kResult);
+  if (kept.cols != pixels.cols || kept.type() != pixels.type()) {
+    return {};
+  }
+  kept.resize(static_cast<std::size_t>(pixels.rows));
+  return SharesPixels(kept, pixels) ? cv::Mat() : kept;
 }
 
 Status CallFrame::Fail(Fallback step, Status status, KelImage* dst) {

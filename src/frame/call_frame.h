@@ -108,11 +108,11 @@ class CallFrame {
   Status MakeMask(KelROI& roi, const cv::Mat& pixels, cv::Mat* mask);
   // The output holds the work on the whole image: its pixels outside the mask, or, when making it
   // failed, what the policy says.
-  Status BringBackOutsideMask(Status made, const cv::Mat& mask, const cv::Mat& pixels,
-                              KelImage* dst);
+  Status BringBackOutsideMask(Status made, cv::Mat mask, const cv::Mat& pixels, KelImage* dst);
   Status RunOnPart(KelROI& roi, KelImage* dst, Work work);
-  // The output's own matrix where that fits, nobody else holds it, it lies apart from the input,
-  // and a failure need not leave it as it is; otherwise an empty one.
+  // The output's own matrix where that fits, nobody else holds it, and it lies apart from the
+  // input. Where a failure must leave it as it is, the one that the last such output left behind.
+  // Otherwise an empty one.
   cv::Mat MatrixToRestoreInto(const KelImage& dst) const;
   void KeepInput(KelImage& src, KelImage* dst);
   // Applies the policy's fallback for the failed step and returns its status.

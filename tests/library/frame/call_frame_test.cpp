@@ -421,6 +421,21 @@ TEST_F(CallFrameTest, ARestoreIsGivenTheOutputsOwnMatrixUnlessAFailureMustLeaveI
   }
 }
 
+TEST_F(CallFrameTest, WhereAFailureMustLeaveTheOutputARestoreIsGivenTheOneBefore) {
+  const FramePolicy policy{.lines = kLines, .after_restore = AfterRestore::kOnlyOnSuccess};
+  StartOver();
+  dst_ = KelImage(RandomImage(6, 9, CV_8UC1, 4));
+  const void* before = dst_.ImageData();
+  EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, Invert), STATUS_OK);
+  script_ = &kelra_test::NewRegionScript();
+  script_->extracted = src_.Mat()(script_->box);
+  EXPECT_EQ(Run(policy, KEL_ROI_CIRCLE, InvertInPlace), STATUS_OK);
+  EXPECT_EQ(RegionCalls().at(1).out.data, before);
+  cv::Mat expected = pixels_.clone();
+  Inverted(pixels_(script_->box)).copyTo(expected(script_->box));
+  EXPECT_TRUE(SameImage(dst_.Mat(), expected));
+}
+
 TEST_F(CallFrameTest, ARestoreIsGivenNoMatrixThatDoesNotFitOrIsStillRead) {
   const FramePolicy policy{.lines = kLines};
   const cv::Mat held = RandomImage(6, 9, CV_8UC1);

@@ -1,0 +1,36 @@
+#include "frame/kept_memory.h"
+
+#include <cstddef>
+#include <utility>
+
+#include "frame/result_matrix.h"
+#include "frame/row_views.h"
+
+namespace KELRA {
+namespace {
+
+constexpr std::size_t kMostBytes = std::size_t{16} * 1024 * 1024;
+
+cv::Mat& Kept(KeptFor purpose) {
+  thread_local cv::Mat t_mask;
+  thread_local cv::Mat t_result;
+  return purpose == KeptFor::kMask ? t_mask : t_result;
+}
+
+}  // namespace
+
+cv::Mat TakeKept(KeptFor purpose) {
+  cv::Mat kept = std::move(Kept(purpose));
+  if (!kept.empty()) {
+    kept.resize(0);
+  }
+  return kept;
+}
+
+void Keep(KeptFor purpose, cv::Mat&& mat) {
+  if (!mat.empty() && IsHeldAlone(mat) && tbbup::PixelBytes(mat) <= kMostBytes) {
+    Kept(purpose) = std::move(mat);
+  }
+}
+
+}  // namespace KELRA

@@ -1,0 +1,78 @@
+#include "frame/kept_memory.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+#include <utility>
+
+namespace KELRA {
+namespace {
+
+constexpr KeptFor kPurposes[] = {KeptFor::kMask, KeptFor::kResult};
+
+// Keeps a new matrix; its memory.
+const void* KeepNew(KeptFor purpose, cv::Size size) {
+  cv::Mat mat(size, CV_8UC1);
+  const void* memory = mat.data;
+  Keep(purpose, std::move(mat));
+  return memory;
+}
+
+const void* TakenMemory(KeptFor purpose) {
+  const cv::Mat taken = TakeKept(purpose);
+  EXPECT_TRUE(taken.empty());
+  return taken.data;
+}
+
+TEST(KeptMemory, IsGivenOnceAndHoldsTheRowsThatWereKept) {
+  for (const KeptFor purpose : kPurposes) {
+    const void* memory = KeepNew(purpose, {90, 60});
+    cv::Mat taken = TakeKept(purpose);
+    EXPECT_TRUE(taken.empty());
+    EXPECT_EQ(taken.data, memory);
+    EXPECT_EQ(TakenMemory(purpose), nullptr);
+    taken.resize(60);
+    EXPECT_EQ(taken.data, memory);
+    EXPECT_EQ(taken.size(), cv::Size(90, 60));
+  }
+}
+
+TEST(KeptMemory, IsOneForEachPurpose) {
+  const void* of_mask = KeepNew(KeptFor::kMask, {90, 60});
+  const void* of_result = KeepNew(KeptFor::kResult, {90, 60});
+  EXPECT_EQ(TakenMemory(KeptFor::kResult), of_result);
+  EXPECT_EQ(TakenMemory(KeptFor::kMask), of_mask);
+}
+
+TEST(KeptMemory, IsNoneThatSomebodyElseHolds) {
+  for (const KeptFor purpose : kPurposes) {
+    TakeKept(purpose);
+    const cv::Mat held(60, 90, CV_8UC1);
+    Keep(purpose, cv::Mat(held));
+    EXPECT_EQ(TakenMemory(purpose), nullptr);
+    cv::Mat memory_of_others(60, 90, CV_8UC1, held.data);
+    Keep(purpose, std::move(memory_of_others));
+    EXPECT_EQ(TakenMemory(purpose), nullptr);
+  }
+}
+
+TEST(KeptMemory, IsAtMostSixteenMebibytes) {
+  for (const KeptFor purpose : kPurposes) {
+    TakeKept(purpose);
+    KeepNew(purpose, {4096, 4097});
+    EXPECT_EQ(TakenMemory(purpose), nullptr);
+    KeepNew(purpose, {4096, 4096});
+    EXPECT_NE(TakenMemory(purpose), nullptr);
+  }
+}
+
+TEST(KeptMemory, IsTheThreadsOwn) {
+  const void* memory = KeepNew(KeptFor::kMask, {90, 60});
+  const void* of_other = memory;
+  std::thread([&] { of_other = TakenMemory(KeptFor::kMask); }).join();
+  EXPECT_EQ(of_other, nullptr);
+  EXPECT_EQ(TakenMemory(KeptFor::kMask), memory);
+}
+
+}  // namespace
+}  // namespace KELRA
