@@ -15,6 +15,12 @@ inline cv::Mat HeaderOf(const cv::Mat& mat) {
   return cv::Mat(mat.rows, mat.cols, mat.type(), mat.data, mat.step[0]);
 }
 
+// The same of some rows.
+inline cv::Mat HeaderOfRows(const cv::Mat& mat, const RowRange& rows) {
+  return cv::Mat(static_cast<int>(rows.size()), mat.cols, mat.type(),
+                 mat.data + mat.step[0] * static_cast<std::size_t>(rows.begin()), mat.step[0]);
+}
+
 template <class Sample>
 kernels::Rows<Sample> RowsOf(const cv::Mat& mat, const RowRange& rows) {
   return {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <opencv2/core/utility.hpp>
 
 #include "frame/result_matrix.h"
 
@@ -16,7 +17,10 @@ constexpr int kPixel = 1 << GridRow::kBits;
 constexpr int k32nd = kPixel / 32;
 
 // A strip with its mask and what it is combined with.
-constexpr int kStripBytes = 16 * 1024;
+constexpr std::size_t kStripBytes = 16 * 1024;
+
+// On the stack, unless a row is longer.
+using StripBuffer = cv::AutoBuffer<std::uint64_t, kStripBytes / 8>;
 
 // Sampling a pixel takes as long as moving so many bytes.
 constexpr std::size_t kBytesWorthAPixel = 64;
@@ -128,35 +132,45 @@ void TurnedStrips::SampleRow(const GridRow& source, Columns reached, Sample* row
   std::fill(last, row + std::ptrdiff_t{channels} * part_.width, around);
 }
 
+void TurnedStrips::Fill(const RowRange& rows, cv::Mat* pixels, cv::Mat* mask) const {
+  for (int row = rows.begin(); row < rows.end(); ++row) {
+    const GridRow source = SourceOf(row);
+    const Columns reached = Reached(source);
+    const int in_strip = row - rows.begin();
+    if (image_.depth() == CV_8U) {
+      SampleRow(source, reached, pixels->ptr<std::uint8_t>(in_strip));
+    } else {
+      SampleRow(source, reached, pixels->ptr<std::uint16_t>(in_strip));
+    }
+    if (!mask->empty()) {
+      const Columns covered = Covered(source, reached);
+      std::uint8_t* const m = mask->ptr<std::uint8_t>(in_strip);
+      std::fill(m, m + part_.width, std::uint8_t{0});
+      std::fill(m + covered.first, m + covered.last, std::uint8_t{255});
+    }
+  }
+}
+
 void TurnedStrips::ForEach(bool with_mask, Work work) const {
-  const auto rows_in_strip =
-      std::max(1, kStripBytes / static_cast<int>(image_.elemSize() * part_.width));
-  const std::size_t bytes = kBytesWorthAPixel * static_cast<std::size_t>(part_.height) *
-                            static_cast<std::size_t>(part_.width);
+  const auto columns = static_cast<std::size_t>(part_.width);
+  const std::size_t row_bytes = image_.elemSize() * columns;
+  const std::size_t bytes = kBytesWorthAPixel * static_cast<std::size_t>(part_.height) * columns;
   ForEachRowRange(part_.height, bytes, [&](const RowRange& range) {
-    const int most = std::min(rows_in_strip, static_cast<int>(range.size()));
-    cv::Mat pixels(most, part_.width, image_.type());
-    cv::Mat mask = with_mask ? cv::Mat(most, part_.width, CV_8UC1) : cv::Mat();
-    for (int first = range.begin(); first < range.end(); first += most) {
-      const RowRange rows(first, std::min(first + most, range.end()));
-      for (int row = rows.begin(); row < rows.end(); ++row) {
-        const GridRow source = SourceOf(row);
-        const Columns reached = Reached(source);
-        if (image_.depth() == CV_8U) {
-          SampleRow(source, reached, pixels.ptr<std::uint8_t>(row - first));
-        } else {
-          SampleRow(source, reached, pixels.ptr<std::uint16_t>(row - first));
-        }
-        if (with_mask) {
-          const Columns covered = Covered(source, reached);
-          std::uint8_t* const m = mask.ptr<std::uint8_t>(row - first);
-          std::fill(m, m + part_.width, std::uint8_t{0});
-          std::fill(m + covered.first, m + covered.last, std::uint8_t{255});
-        }
+    const std::size_t most =
+        std::clamp(kStripBytes / row_bytes, std::size_t{1}, static_cast<std::size_t>(range.size()));
+    StripBuffer pixel_buffer((most * row_bytes + 7) / 8);
+    StripBuffer mask_buffer(with_mask ? (most * columns + 7) / 8 : 0);
+    const int step = static_cast<int>(most);
+    for (int first = range.begin(); first < range.end(); first += step) {
+      const RowRange rows(first, std::min(first + step, range.end()));
+      const int height = static_cast<int>(rows.size());
+      cv::Mat pixels(height, part_.width, image_.type(), pixel_buffer.data());
+      cv::Mat mask;
+      if (with_mask) {
+        mask = cv::Mat(height, part_.width, CV_8UC1, mask_buffer.data());
       }
-      const cv::Range in_strip(0, static_cast<int>(rows.size()));
-      cv::Mat strip = pixels.rowRange(in_strip);
-      work(rows, strip, with_mask ? mask.rowRange(in_strip) : mask);
+      Fill(rows, &pixels, &mask);
+      work(rows, pixels, mask);
     }
   });
 }

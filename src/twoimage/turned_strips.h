@@ -35,6 +35,8 @@ class TurnedStrips {
   Columns Covered(const kernels::GridRow& source, Columns reached) const;
   template <class Sample>
   void SampleRow(const kernels::GridRow& source, Columns reached, Sample* row) const;
+  // The mask may be empty.
+  void Fill(const RowRange& rows, cv::Mat* pixels, cv::Mat* mask) const;
 
   cv::Mat image_;
   double around_;
