@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <opencv2/core/hal/intrin.hpp>
 #include <variant>
 
 #include "frame/row_engine.h"
@@ -24,51 +23,67 @@ bool HasInsidePixel(const cv::Mat& mask, int row) {
   return std::memchr(mask.ptr(row), kInside, static_cast<std::size_t>(mask.cols)) != nullptr;
 }
 
-constexpr int kWordPixels = 64;
+constexpr std::ptrdiff_t kWordPixels = 64;
 
-// Bit i tells whether pixel i is fully inside, for as many as there are and a word holds.
-std::uint64_t InsideBits(const std::uint8_t* mask, std::ptrdiff_t count) {
+// Those of `count` pixels, fewer than a word has bits; 0 behind them.
+std::uint64_t BitsOfLastPixels(const std::uint8_t* mask, std::ptrdiff_t count) {
   std::uint64_t bits = 0;
-  if (count < kWordPixels) {
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-      bits |= static_cast<std::uint64_t>(mask[i] == kInside) << i;
-    }
-    return bits;
-  }
-  const cv::v_uint8x16 inside = cv::v_setall_u8(kInside);
-  for (int i = 0; i < kWordPixels; i += cv::v_uint8x16::nlanes) {
-    const int lanes = cv::v_signmask(cv::v_load(mask + i) == inside);
-    bits |= static_cast<std::uint64_t>(static_cast<std::uint32_t>(lanes)) << i;
+  for (std::ptrdiff_t i = 0; i < count; ++i) {
+    bits |= static_cast<std::uint64_t>(mask[i] == kInside) << i;
   }
   return bits;
 }
 
 // Copies the pixels that are not fully inside. Regions have few runs in a row: copying the gaps
 // takes a fraction of looking at every pixel.
-void CopyGaps(const std::uint8_t* from, const std::uint8_t* mask, std::ptrdiff_t count,
-              std::size_t pixel_bytes, std::uint8_t* to) {
-  const auto copy = [=](std::ptrdiff_t begin, std::ptrdiff_t end) {
-    const std::size_t offset = static_cast<std::size_t>(begin) * pixel_bytes;
-    std::memcpy(to + offset, from + offset, static_cast<std::size_t>(end - begin) * pixel_bytes);
-  };
-  bool outside = true;
-  std::ptrdiff_t gap = 0;  // where it began, while outside
-  for (std::ptrdiff_t word = 0; word < count; word += kWordPixels) {
-    const std::uint64_t inside = InsideBits(mask + word, count - word);
-    const std::uint64_t before = inside << 1 | static_cast<std::uint64_t>(!outside);
-    for (std::uint64_t changes = inside ^ before; changes != 0; changes &= changes - 1) {
-      const std::ptrdiff_t pixel = word + std::countr_zero(changes);
-      if (outside) {
-        copy(gap, pixel);
+class GapCopy {
+ public:
+  GapCopy(const std::uint8_t* from, std::size_t pixel_bytes, std::uint8_t* to)
+      : from_(from), to_(to), pixel_bytes_(pixel_bytes) {}
+
+  void Run(const std::uint8_t* mask, std::ptrdiff_t count) {
+    constexpr std::ptrdiff_t kMostWords = 64;
+    std::uint64_t bits[kMostWords];
+    const std::ptrdiff_t words = count / kWordPixels;
+    for (std::ptrdiff_t done = 0; done < words; done += kMostWords) {
+      const std::ptrdiff_t some = std::min(kMostWords, words - done);
+      kernels::ActiveRowKernels().bits_of_mask(mask + done * kWordPixels, some, bits);
+      for (std::ptrdiff_t i = 0; i < some; ++i) {
+        PassWord((done + i) * kWordPixels, bits[i]);
       }
-      gap = pixel;
-      outside = !outside;
+    }
+    const std::ptrdiff_t pixels = words * kWordPixels;
+    PassWord(pixels, BitsOfLastPixels(mask + pixels, count - pixels));
+    if (outside_) {
+      CopyGapBefore(count);
     }
   }
-  if (outside) {
-    copy(gap, count);
+
+ private:
+  // The pixels from `first` on; their bits tell which are inside.
+  void PassWord(std::ptrdiff_t first, std::uint64_t inside) {
+    const std::uint64_t before = inside << 1 | static_cast<std::uint64_t>(!outside_);
+    for (std::uint64_t changes = inside ^ before; changes != 0; changes &= changes - 1) {
+      const std::ptrdiff_t pixel = first + std::countr_zero(changes);
+      if (outside_) {
+        CopyGapBefore(pixel);
+      }
+      gap_ = pixel;
+      outside_ = !outside_;
+    }
   }
-}
+
+  void CopyGapBefore(std::ptrdiff_t end) const {
+    const std::size_t offset = static_cast<std::size_t>(gap_) * pixel_bytes_;
+    std::memcpy(to_ + offset, from_ + offset, static_cast<std::size_t>(end - gap_) * pixel_bytes_);
+  }
+
+  const std::uint8_t* from_;
+  std::uint8_t* to_;
+  std::size_t pixel_bytes_;
+  bool outside_ = true;
+  std::ptrdiff_t gap_ = 0;  // where it began, while outside
+};
 
 void CopyRows(const cv::Mat& input, int begin, int end, bool one_line, cv::Mat* result) {
   const std::size_t row_bytes = input.elemSize() * static_cast<std::size_t>(input.cols);
@@ -83,8 +98,8 @@ void CopyGapsOfRows(const cv::Mat& input, const cv::Mat& mask, int begin, int en
                     cv::Mat* result) {
   const int rows_at_once = one_line ? end - begin : 1;
   for (int row = begin; row < end; row += rows_at_once) {
-    CopyGaps(input.ptr(row), mask.ptr(row), std::ptrdiff_t{input.cols} * rows_at_once,
-             input.elemSize(), result->ptr(row));
+    GapCopy(input.ptr(row), input.elemSize(), result->ptr(row))
+        .Run(mask.ptr(row), std::ptrdiff_t{input.cols} * rows_at_once);
   }
 }
 

@@ -209,6 +209,8 @@ struct RowKernels {
   SampleKernels<std::uint8_t> u8;
   SampleKernels<std::uint16_t> u16;
   DepthConversions depth;
+  // Bit i of bits[w], for each of the words, tells whether mask[64 * w + i] is 255.
+  void (*bits_of_mask)(const std::uint8_t* mask, std::ptrdiff_t words, std::uint64_t* bits);
 
   template <class Sample>
   const SampleKernels<Sample>& For() const {

@@ -21,8 +21,10 @@ namespace KELRA::kernels::avx2 {
 
 #include "frame/kernels/depth_conversion.inl"
 
+#include "frame/kernels/mask_bits.inl"
+
 const RowKernels kRowKernels = {"AVX2", kSampleKernels<std::uint8_t>, kSampleKernels<std::uint16_t>,
-                                kDepthConversions};
+                                kDepthConversions, BitsOfMask};
 
 }  // namespace KELRA::kernels::avx2
 KELRA_END_TARGET

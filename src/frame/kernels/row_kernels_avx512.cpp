@@ -21,8 +21,10 @@ namespace KELRA::kernels::avx512 {
 
 #include "frame/kernels/depth_conversion.inl"
 
+#include "frame/kernels/mask_bits.inl"
+
 const RowKernels kRowKernels = {"AVX-512", kSampleKernels<std::uint8_t>,
-                                kSampleKernels<std::uint16_t>, kDepthConversions};
+                                kSampleKernels<std::uint16_t>, kDepthConversions, BitsOfMask};
 
 }  // namespace KELRA::kernels::avx512
 KELRA_END_TARGET

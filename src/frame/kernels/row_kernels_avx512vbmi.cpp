@@ -24,8 +24,10 @@ namespace KELRA::kernels::avx512vbmi {
 
 #include "frame/kernels/depth_conversion.inl"
 
+#include "frame/kernels/mask_bits.inl"
+
 const RowKernels kRowKernels = {"AVX-512 VBMI", kSampleKernels<std::uint8_t>,
-                                kSampleKernels<std::uint16_t>, kDepthConversions};
+                                kSampleKernels<std::uint16_t>, kDepthConversions, BitsOfMask};
 
 }  // namespace KELRA::kernels::avx512vbmi
 KELRA_END_TARGET

@@ -34,6 +34,11 @@ inline void Store(std::uint16_t* p, Words a) {
   _mm512_storeu_si512(reinterpret_cast<__m512i*>(p), a.v);
 }
 
+// Bit i tells whether the i-th of a vector's bytes equals the one given.
+inline std::uint64_t BitsWhereEqual(Bytes a, std::uint8_t byte) {
+  return _mm512_cmpeq_epi8_mask(a.v, _mm512_set1_epi8(static_cast<char>(byte)));
+}
+
 // The first `count` samples, fewer than a vector holds; 0 behind them.
 inline Bytes LoadPartial(const std::uint8_t* p, std::ptrdiff_t count) {
   return {_mm512_maskz_loadu_epi8((__mmask64{1} << count) - 1, p)};

@@ -34,6 +34,12 @@ inline void Store(std::uint16_t* p, Words a) {
   _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.v);
 }
 
+// Bit i tells whether the i-th of a vector's bytes equals the one given.
+inline std::uint64_t BitsWhereEqual(Bytes a, std::uint8_t byte) {
+  const __m128i equal = _mm_cmpeq_epi8(a.v, _mm_set1_epi8(static_cast<char>(byte)));
+  return static_cast<std::uint32_t>(_mm_movemask_epi8(equal));
+}
+
 // Past the caches; the address must be a multiple of the vector's size.
 inline void Stream(std::uint8_t* p, Bytes a) {
   _mm_stream_si128(reinterpret_cast<__m128i*>(p), a.v);

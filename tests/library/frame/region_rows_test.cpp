@@ -6,6 +6,7 @@
 #include <opencv2/imgproc.hpp>
 #include <vector>
 
+#include "every_instruction_set.h"
 #include "test_images.h"
 
 namespace KELRA {
@@ -91,7 +92,10 @@ void ExpectTheInputOutside(cv::Size size, int type, cv::Range rows, bool dense, 
   EXPECT_TRUE(result.SurroundingsUntouched());
 }
 
-TEST(RegionRows, TheInputComesBackOutside) {
+using RegionRowsOnInstructionSet = kelra_test::EveryInstructionSet;
+KELRA_INSTANTIATE_FOR_EVERY_INSTRUCTION_SET(RegionRowsOnInstructionSet);
+
+TEST_P(RegionRowsOnInstructionSet, TheInputComesBackOutside) {
   for (int columns = 1; columns <= 140; ++columns) {
     for (const int type : {CV_8UC1, CV_16UC1, CV_8UC3, CV_16UC3}) {
       for (const cv::Range rows : {cv::Range(0, 1), cv::Range(2, 4), cv::Range(0, 5)}) {
@@ -104,7 +108,7 @@ TEST(RegionRows, TheInputComesBackOutside) {
   }
 }
 
-TEST(RegionRows, TheInputComesBackOutsideWhereThreadsShareTheRows) {
+TEST_P(RegionRowsOnInstructionSet, TheInputComesBackOutsideWhereThreadsShareTheRows) {
   for (const int gap : {0, 6}) {
     for (const cv::Range rows : {cv::Range(0, 1), cv::Range(150, 310), cv::Range(0, 400)}) {
       ExpectTheInputOutside({701, 400}, CV_16UC3, rows, false, gap);
