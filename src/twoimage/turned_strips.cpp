@@ -17,7 +17,7 @@ constexpr int kPixel = 1 << GridRow::kBits;
 constexpr int k32nd = kPixel / 32;
 
 // A strip with its mask and what it is combined with.
-constexpr std::size_t kStripBytes = 16 * 1024;
+constexpr std::size_t kStripBytes = std::size_t{16} * 1024;
 
 // On the stack, unless a row is longer.
 using StripBuffer = cv::AutoBuffer<std::uint64_t, kStripBytes / 8>;
