@@ -30,6 +30,10 @@ inline TwoWords Load(WordsPerByte p) {
   return {Load(p.words), Load(p.words + kLanes<std::uint16_t>)};
 }
 
+inline TwoWords LoadInHalves(WordsPerByte p) {
+  return {LoadInHalves(p.words), LoadInHalves(p.words + kLanes<std::uint16_t>)};
+}
+
 inline TwoWords LoadPartial(WordsPerByte p, std::ptrdiff_t count) {
   std::uint16_t lanes[kLanes<std::uint8_t>] = {};
   std::memcpy(lanes, p.words, static_cast<std::size_t>(count) * sizeof(std::uint16_t));

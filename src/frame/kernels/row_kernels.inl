@@ -168,6 +168,8 @@ struct Finish {
 
 template <class Sample, class Term, class Rounding, Range kRange>
 struct OfConstant {
+  static constexpr bool kTakesLongerThanMemory = true;
+
   Term term;
   Finish<Sample, Rounding, kRange> finish;
 
@@ -187,6 +189,8 @@ struct OfConstant {
 
 template <class Sample, class Term, class Rounding, Range kRange>
 struct OfImages {
+  static constexpr bool kTakesLongerThanMemory = true;
+
   Finish<Sample, Rounding, kRange> finish;
 
   auto Part(Floats a, Floats b) const {
@@ -283,6 +287,8 @@ struct WithOperand {
 // everywhere.
 template <class Sample>
 struct Root {
+  static constexpr bool kTakesLongerThanMemory = true;
+
   static auto Part(Floats biased) {
     // Not fused: the multipliers are busy enough.
     const Floats s = Subtract(biased, Set(kBias));
@@ -376,11 +382,44 @@ inline bool LooksWritten(const Sample*, const Other&) {
   return false;
 }
 
+// How vectors are loaded where the instruction set knows no better.
+template <class Input>
+inline auto LoadInHalves(Input p) {
+  return Load(p);
+}
+
+template <bool kInHalves, class Input>
+inline auto Fetch(Input p) {
+  if constexpr (kInHalves) {
+    return LoadInHalves(p);
+  } else {
+    return Load(p);
+  }
+}
+
+// So many whole vectors, from the first to the last; downwards where whole loads would wait.
+template <bool kInHalves, class Formula, class Sample, class... Inputs>
+inline void WalkVectors(const Formula& f, std::ptrdiff_t vectors, Sample* dst, Inputs... src) {
+  constexpr std::ptrdiff_t kStep = kLanes<Sample>;
+  const bool downwards = !kInHalves && (LooksWritten(dst, src) || ...);
+  const std::ptrdiff_t step = downwards ? -kStep : kStep;
+  std::ptrdiff_t i = downwards ? (vectors - 1) * kStep : 0;
+  for (std::ptrdiff_t left = vectors; left > 0; --left, i += step) {
+    Store(dst + i, f.Vector(Fetch<kInHalves>(src + i)...));
+  }
+}
+
 // The blocks of one row. Streamed, only the vectors between the first and the last aligned address
 // can be.
 template <bool kStreaming, class Formula, class Sample, class... Inputs>
 inline void WalkBlocks(const Formula& formula, std::ptrdiff_t count, Sample* dst, Inputs... src) {
   constexpr std::ptrdiff_t kStep = kLanes<Sample>;
+  // Loading in halves adds instructions, in vain for formulas that take longer than memory does and
+  // for rows in the first-level cache that do not look written.
+  constexpr bool kInHalves = kLanes<std::uint8_t> == 64 && !requires {
+    Formula::kTakesLongerThanMemory;
+  };
+  constexpr auto kFar = static_cast<std::ptrdiff_t>(64 * 1024 / sizeof(Sample));
   // A copy that no store can reach: its constants stay in registers.
   const Formula f = formula;
   std::ptrdiff_t done = 0;
@@ -391,15 +430,14 @@ inline void WalkBlocks(const Formula& formula, std::ptrdiff_t count, Sample* dst
     }
     ApplyPartially(f, head, dst, src...);
     for (done = head; done + kStep <= count; done += kStep) {
-      Stream(dst + done, f.Vector(Load(src + done)...));
+      Stream(dst + done, f.Vector(Fetch<kInHalves>(src + done)...));
     }
   } else {
     const std::ptrdiff_t vectors = count / kStep;
-    const bool downwards = (LooksWritten(dst, src) || ...);
-    const std::ptrdiff_t step = downwards ? -kStep : kStep;
-    std::ptrdiff_t i = downwards ? (vectors - 1) * kStep : 0;
-    for (std::ptrdiff_t left = vectors; left > 0; --left, i += step) {
-      Store(dst + i, f.Vector(Load(src + i)...));
+    if (kInHalves && (count >= kFar || (LooksWritten(dst, src) || ...))) {
+      WalkVectors<kInHalves>(f, vectors, dst, src...);
+    } else {
+      WalkVectors<false>(f, vectors, dst, src...);
     }
     done = vectors * kStep;
   }
@@ -606,6 +644,8 @@ void WithConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, float
 // any evaluation that aims g / 2 too high and is off by less than that. A test compares all pairs.
 template <class Sample>
 struct WholeQuotient {
+  static constexpr bool kTakesLongerThanMemory = true;
+
   Floats factor_lanes;
   Floats addend_lanes;
 
