@@ -5,6 +5,7 @@
 #include "KELRA/KelImageOperation.h"
 #include "frame/call_log.h"
 #include "frame/checks.h"
+#include "frame/pixel_copy.h"
 #include "frame/result_matrix.h"
 
 namespace KELRA {
@@ -87,11 +88,8 @@ KelLong KelImageOperation::Copy(KelImage& src, KelImage* dst) {
   CallLog log(log_lines::kCopy);
   KELRA_RETURN_IF_ERROR(CheckNotEmpty(src));
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
-  cv::Mat fresh;
-  cv::Mat& result = ResultMatrix(dst, src.Mat().size(), src.Mat().type(), &fresh);
-  cv::Mat copy;
-  InputToReadWhileWriting(result, src.Mat(), &copy).copyTo(result);
-  AssignResult(result, dst);
+  ComputePixelwise(src.Mat(), dst,
+                   [](const cv::Mat& input, cv::Mat& result) { CopyPixels(input, result); });
   log.Exit();
   return STATUS_OK;
 }

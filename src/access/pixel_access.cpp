@@ -88,7 +88,7 @@ KelLong KelImageOperation::SetPixelValue(KelImage& src, KelImage* dst, int row, 
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
   try {
     ComputePixelwise(mat, dst, [&](const cv::Mat& input, cv::Mat& result) {
-      CopyPixels(input, result);
+      CopyPixelsAlone(input, result);
       SetSample(&result, row, column, channel, value);
     });
     log.Exit();

@@ -1,19 +1,42 @@
-// Copies of pixels.
+// Copies of pixels: by rows, shared out among threads where that pays, and past the caches where
+// they cannot hold what is copied. What OpenCV's copy does before its first byte takes as long as
+// the pixels of a small image.
 #pragma once
 
-#include <cstring>
 #include <opencv2/core.hpp>
+#include <span>
+
+#include "frame/row_engine.h"
 
 namespace KELRA {
 
-// Between matrices of one size and type that are the same or share no pixels. What OpenCV's copy
-// does before its first byte takes as long as the pixels of a small image.
-inline void CopyPixels(const cv::Mat& from, cv::Mat& to) {
-  if (!from.isContinuous() || !to.isContinuous()) {
-    from.copyTo(to);
-  } else if (from.data != to.data) {
-    std::memcpy(to.data, from.data, from.total() * from.elemSize());
-  }
+// Copies all pixels to a matrix of the same size and type that is the same or shares none of them.
+void CopyPixels(const cv::Mat& from, const cv::Mat& to);
+
+// The same on the calling thread.
+void CopyPixelsAlone(const cv::Mat& from, const cv::Mat& to);
+
+// A part of a matrix and where its first pixel goes on another one.
+struct Piece {
+  const cv::Mat* pixels;
+  cv::Rect part;
+  cv::Point target;
+};
+
+inline Piece WholeOf(const cv::Mat& pixels, cv::Point target = {}) {
+  return {&pixels, {0, 0, pixels.cols, pixels.rows}, target};
 }
+
+// Copies the pieces in their order, a later one over an earlier one, to a matrix of their type in
+// which they lie and with which they share no pixels.
+void CopyPieces(std::span<const Piece> pieces, const cv::Mat& to);
+
+// For copies of a piece a few rows at a time.
+//
+// Whether the piece and its copy exceed the caches.
+bool ShouldStream(const Piece& piece);
+// Copies what of the piece lies in the rows of `to`, on the calling thread, past the caches when
+// streaming.
+void CopyRows(const Piece& piece, const RowRange& rows, const cv::Mat& to, bool streaming = false);
 
 }  // namespace KELRA

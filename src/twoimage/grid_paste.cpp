@@ -9,6 +9,7 @@
 #include "KELRA/KelImageOperation.h"
 #include "frame/call_log.h"
 #include "frame/checks.h"
+#include "frame/pixel_copy.h"
 #include "frame/result_matrix.h"
 
 namespace KELRA {
@@ -28,19 +29,19 @@ Status CheckFirstImage(const KelImageArray& images) {
 }
 
 Status CheckAllAlike(const KelImageArray& images) {
-  const KelImage& first = images[0];
+  const cv::Mat& first = images[0].Mat();
   for (int i = 1; i < images.Length(); ++i) {
-    const KelImage& image = images[i];
-    if (image.Width() != first.Width()) {
+    const cv::Mat& image = images[i].Mat();
+    if (image.cols != first.cols) {
       return ERR_WIDTH_MISMATCH;
     }
-    if (image.Height() != first.Height()) {
+    if (image.rows != first.rows) {
       return ERR_HEIGHT_MISMATCH;
     }
-    if (image.Channels() != first.Channels()) {
+    if (image.channels() != first.channels()) {
       return ERR_CHANNEL_MISMATCH;
     }
-    if (image.BitDepth() != first.BitDepth()) {
+    if (image.depth() != first.depth()) {
       return ERR_DEPTH_MISMATCH;
     }
   }
@@ -61,13 +62,6 @@ cv::Mat& CanvasFor(const KelImageArray& images, KelImage* output, cv::Size size,
   return ResultMatrix(output, size, type, fresh);
 }
 
-// The visible part of an image on the canvas.
-struct Placed {
-  int image;
-  cv::Rect source;
-  cv::Point target;
-};
-
 // Begin and extent of what a canvas of `size` shows of `extent` pixels that begin at `origin`.
 struct Visible {
   std::int64_t begin, extent;
@@ -83,10 +77,12 @@ Visible VisiblePart(std::int64_t origin, int extent, int size) {
 // beyond every canvas too.
 bool FitsInt(double coordinate) { return coordinate > -2147483649.0 && coordinate < 2147483648.0; }
 
-std::vector<Placed> Place(const KelImageArray& images, int grid_columns,
-                          const KelPointArray& offsets, cv::Size canvas) {
+// What of the images is visible on the canvas.
+std::vector<Piece> Place(const KelImageArray& images, int grid_columns,
+                         const KelPointArray& offsets, cv::Size canvas) {
   const cv::Size cell = images[0].Mat().size();
-  std::vector<Placed> placed;
+  std::vector<Piece> pieces;
+  pieces.reserve(static_cast<std::size_t>(images.Length()));
   for (int i = 0; i < images.Length(); ++i) {
     const double x = static_cast<double>(i % grid_columns) * cell.width + offsets[i].x;
     const double y = static_cast<double>(i / grid_columns) * cell.height + offsets[i].y;
@@ -103,20 +99,24 @@ std::vector<Placed> Place(const KelImageArray& images, int grid_columns,
     const cv::Point target(static_cast<int>(columns.begin), static_cast<int>(rows.begin));
     const cv::Rect source(target - cv::Point(left, top), cv::Size(static_cast<int>(columns.extent),
                                                                   static_cast<int>(rows.extent)));
-    placed.push_back({i, source, target});
+    pieces.push_back({&images[i].Mat(), source, target});
   }
-  return placed;
+  return pieces;
 }
 
 // Whether each of `count` images lies in its own cell, so that none of the canvas is left.
-bool CoverCanvas(const std::vector<Placed>& placed, int count, int grid_columns, cv::Size cell) {
-  const auto is_in_its_cell = [&](const Placed& one) {
-    const cv::Point corner(one.image % grid_columns * cell.width,
-                           one.image / grid_columns * cell.height);
-    return one.target == corner && one.source.size() == cell;
-  };
-  return static_cast<int>(placed.size()) == count &&
-         std::all_of(placed.begin(), placed.end(), is_in_its_cell);
+bool CoverCanvas(const std::vector<Piece>& pieces, int count, int grid_columns, cv::Size cell) {
+  if (static_cast<int>(pieces.size()) != count) {
+    return false;
+  }
+  for (int i = 0; i < count; ++i) {
+    const Piece& piece = pieces[static_cast<std::size_t>(i)];
+    const cv::Point corner(i % grid_columns * cell.width, i / grid_columns * cell.height);
+    if (piece.target != corner || piece.part.size() != cell) {
+      return false;
+    }
+  }
+  return true;
 }
 
 }  // namespace
@@ -138,20 +138,16 @@ KelLong KelImageOperation::Paste(KelImageArray& images, KelImage* result, int gr
     return ERR_PASTE_WORK;
   }
   const cv::Size size(static_cast<int>(columns), static_cast<int>(rows));
-  const std::vector<Placed> all = Place(images, gridColumns, offsets, size);
-  if (all.empty()) {
+  const std::vector<Piece> pieces = Place(images, gridColumns, offsets, size);
+  if (pieces.empty()) {
     return ERR_PASTE_WORK;
   }
   cv::Mat fresh;
   cv::Mat& canvas = CanvasFor(images, result, size, &fresh);
-  if (!CoverCanvas(all, images.Length(), gridColumns, images[0].Mat().size())) {
+  if (!CoverCanvas(pieces, images.Length(), gridColumns, images[0].Mat().size())) {
     canvas = cv::Scalar::all(0);
   }
-  for (const Placed& placed : all) {
-    images[placed.image]
-        .Mat()(placed.source)
-        .copyTo(canvas(cv::Rect(placed.target, placed.source.size())));
-  }
+  CopyPieces(pieces, canvas);
   AssignResult(canvas, result);
   log.Exit();
   return STATUS_OK;
@@ -180,13 +176,16 @@ KelLong KelImageOperation::Paste(KelImageArray& images, KelImage* result, int gr
   }
   try {
     const cv::Size size(static_cast<int>(columns), static_cast<int>(rows));
-    cv::Mat fresh;
-    cv::Mat& canvas = CanvasFor(images, result, size, &fresh);
-    // The tiles cover all of it.
+    std::vector<Piece> tiles;
+    tiles.reserve(static_cast<std::size_t>(images.Length()));
     for (int i = 0; i < images.Length(); ++i) {
       const cv::Point corner(i % gridColumns * step.width, i / gridColumns * step.height);
-      images[i].Mat().copyTo(canvas(cv::Rect(corner, cell)));
+      tiles.push_back(WholeOf(images[i].Mat(), corner));
     }
+    cv::Mat fresh;
+    cv::Mat& canvas = CanvasFor(images, result, size, &fresh);
+    // They cover all of it.
+    CopyPieces(tiles, canvas);
     AssignResult(canvas, result);
   } catch (...) {
     return ERR_PASTE_EXCEPTION;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <span>
 
 #include "KELRA/KelImageOperation.h"
 #include "frame/call_log.h"
@@ -58,33 +59,37 @@ Status CheckGrowth(const cv::Mat& canvas, const Growth& growth) {
              : ERR_PARAM_1;
 }
 
-// The canvas grown by zeros, where `image` can be pasted. It is the output's own matrix where
-// nothing is in the way; a canvas that is the output and need not grow is not even copied.
-cv::Mat& Grown(const cv::Mat& canvas, const Growth& growth, const cv::Mat& image, KelImage* output,
-               cv::Mat* fresh) {
+// Whether both are the same pixels.
+bool IsSame(const cv::Mat& a, const cv::Mat& b) {
+  return a.data == b.data && a.step == b.step && a.size() == b.size() && a.type() == b.type();
+}
+
+// A matrix for the canvas, grown, and `image` on it: the output's own where nothing is in the way,
+// also when that is the canvas.
+cv::Mat& MatrixForGrown(const cv::Mat& canvas, const Growth& growth, const cv::Mat& image,
+                        KelImage* output, cv::Mat* fresh) {
   cv::Mat& own = output->Mat();
-  const bool image_in_output = SharesPixels(image, own);
-  if (!image_in_output && IsNone(growth) && own.data == canvas.data && own.step == canvas.step &&
-      own.size() == canvas.size() && own.type() == canvas.type()) {
+  const cv::Size size(canvas.cols + static_cast<int>(growth.left + growth.right),
+                      canvas.rows + static_cast<int>(growth.top + growth.bottom));
+  if (SharesPixels(image, own)) {
+    fresh->create(size, canvas.type());
+    return *fresh;
+  }
+  if (IsNone(growth) && IsSame(canvas, own)) {
     return own;
   }
-  const int left = static_cast<int>(growth.left);
-  const int top = static_cast<int>(growth.top);
-  const int right = static_cast<int>(growth.right);
-  const int bottom = static_cast<int>(growth.bottom);
-  const cv::Size size(canvas.cols + left + right, canvas.rows + top + bottom);
-  if (image_in_output) {
-    fresh->create(size, canvas.type());
-  }
-  cv::Mat& result =
-      image_in_output ? *fresh : ResultMatrixApart(canvas, output, size, canvas.type(), fresh);
+  return ResultMatrixApart(canvas, output, size, canvas.type(), fresh);
+}
+
+// The canvas grown by zeros.
+void CopyGrown(const cv::Mat& canvas, const Growth& growth, cv::Mat& grown) {
   if (IsNone(growth)) {
-    CopyPixels(canvas, result);
+    CopyPixels(canvas, grown);
   } else {
-    cv::copyMakeBorder(canvas, result, top, bottom, left, right,
+    cv::copyMakeBorder(canvas, grown, static_cast<int>(growth.top), static_cast<int>(growth.bottom),
+                       static_cast<int>(growth.left), static_cast<int>(growth.right),
                        cv::BORDER_CONSTANT | cv::BORDER_ISOLATED);
   }
-  return result;
 }
 
 // The work of Paste once no coordinate is negative, logged under its own name. Only a turned paste
@@ -114,15 +119,22 @@ Status PasteOnto(const KelImage& canvas, const KelImage& pasted, KelImage* resul
     const cv::Rect target(cv::Point(x, y), image.size());
     const Growth growth = GrowthFor(canvas.Mat(), target);
     KELRA_RETURN_IF_ERROR(CheckGrowth(canvas.Mat(), growth));
-    cv::Mat& grown = Grown(canvas.Mat(), growth, image, result, &fresh);
-    image.copyTo(grown(target));
+    cv::Mat& grown = MatrixForGrown(canvas.Mat(), growth, image, result, &fresh);
+    const Piece pieces[] = {WholeOf(canvas.Mat()), WholeOf(image, target.tl())};
+    if (IsNone(growth) && grown.data != canvas.Mat().data) {
+      CopyPieces(pieces, grown);
+    } else {
+      CopyGrown(canvas.Mat(), growth, grown);
+      CopyPieces(std::span(pieces).last(1), grown);
+    }
     AssignResult(grown, result);
     return STATUS_OK;
   }
   const TurnedExtent extent = ExtentOfTurned(image.size(), angle, x, y);
   const Growth growth = GrowthFor(canvas.Mat(), extent);
   KELRA_RETURN_IF_ERROR(CheckGrowth(canvas.Mat(), growth));
-  cv::Mat& grown = Grown(canvas.Mat(), growth, image, result, &fresh);
+  cv::Mat& grown = MatrixForGrown(canvas.Mat(), growth, image, result, &fresh);
+  CopyGrown(canvas.Mat(), growth, grown);
   PasteTurned(image, angle, extent, &grown);
   AssignResult(grown, result);
   log.Exit();

@@ -1,4 +1,4 @@
-// Samples of one depth as those of the other.
+// Samples of one depth as those of the other, and as they are.
 
 // Bytes to be loaded as one vector of words.
 struct AsWords {
@@ -41,7 +41,7 @@ inline TwoWords LoadPartial(WordsPerByte p, std::ptrdiff_t count) {
 }
 
 struct Unchanged {
-  static Words Vector(Words s) { return s; }
+  static auto Vector(auto s) { return s; }
 };
 
 struct SaturatedToBytes {
@@ -66,3 +66,8 @@ inline constexpr DepthConversions kDepthConversions = {
     .to_words = ConvertDepth<AsWords, Unchanged>,
     .to_bytes = ConvertDepth<WordsPerByte, SaturatedToBytes>,
 };
+
+inline void StreamBytesOfRows(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst, Extent extent) {
+  extent.streaming = true;
+  ConvertDepth<const std::uint8_t*, Unchanged>(src, dst, extent);
+}

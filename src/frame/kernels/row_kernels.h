@@ -173,6 +173,9 @@ struct SampleKernels {
   using OnGrid = void (*)(const SampledImage<Sample>& image, GridRow row, std::ptrdiff_t count,
                           Sample around, Sample* dst);
 
+  // dst = value, the first of so many samples and all others, or every third from it
+  using Paint = void (*)(Sample* dst, std::ptrdiff_t samples, Sample value);
+
   std::array<WithConstant, kArithmeticCount> with_constant;
   std::array<WithImage, kArithmeticCount> with_image;
   Shift shift;
@@ -195,6 +198,8 @@ struct SampleKernels {
   Bilinear bilinear_of_three_channels;
   OnGrid on_grid_of_one_channel;
   OnGrid on_grid_of_three_channels;
+  Paint fill;
+  Paint set_thirds;
 };
 
 struct DepthConversions {
@@ -204,6 +209,9 @@ struct DepthConversions {
   void (*to_bytes)(Rows<const std::uint16_t> src, Rows<std::uint8_t> dst, Extent extent);
 };
 
+// dst = src past the caches, whatever `extent.streaming` says
+using StreamBytes = void (*)(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst, Extent extent);
+
 struct RowKernels {
   const char* instruction_set;
   SampleKernels<std::uint8_t> u8;
@@ -211,6 +219,7 @@ struct RowKernels {
   DepthConversions depth;
   // Bit i of bits[w], for each of the words, tells whether mask[64 * w + i] is 255.
   void (*bits_of_mask)(const std::uint8_t* mask, std::ptrdiff_t words, std::uint64_t* bits);
+  StreamBytes stream;
 
   template <class Sample>
   const SampleKernels<Sample>& For() const {

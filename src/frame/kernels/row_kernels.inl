@@ -805,6 +805,8 @@ void Means(Rows<float> sums, Rows<Sample> dst, Extent extent, float factor) {
 
 #include "frame/kernels/reduction_kernels.inl"
 
+#include "frame/kernels/painting_kernels.inl"
+
 template <class Sample>
 inline constexpr SampleKernels<Sample> kSampleKernels = {
     .with_constant = {WithConstant<Sample, PlusConstant, NearestInBlocks>,
@@ -847,4 +849,6 @@ inline constexpr SampleKernels<Sample> kSampleKernels = {
     .bilinear_of_three_channels = Bilinear<Sample, 3>,
     .on_grid_of_one_channel = SampleOnGrid<Sample, 1>,
     .on_grid_of_three_channels = SampleOnGrid<Sample, 3>,
+    .fill = Fill<Sample>,
+    .set_thirds = SetThirds<Sample>,
 };

@@ -130,6 +130,21 @@ TEST(Copy, CopiesEveryTypeIntoPixelsOfItsOwn) {
   }
 }
 
+// Shared out, the largest also past the caches.
+TEST(Copy, OfALargeImageGivesTheSame) {
+  for (const int rows : {701, 5001}) {
+    cv::Mat image(rows, 1301, CV_8UC3);
+    cv::RNG(1).fill(image, cv::RNG::UNIFORM, 0, 256);
+    for (const cv::Rect& part : {cv::Rect(0, 0, 1301, rows), cv::Rect(1, 1, 1299, rows - 2)}) {
+      KelImageOperation object;
+      KelImage src(image(part));
+      KelImage dst;
+      ASSERT_EQ(object.Copy(src, &dst), STATUS_OK);
+      EXPECT_TRUE(SameImage(dst.Mat(), src.Mat()));
+    }
+  }
+}
+
 TEST(Copy, WritesAnOutputThatFitsInPlaceAndTouchesNothingBesideIt) {
   const cv::Mat image = RandomImage(5, 7, CV_8UC3, 1);
   GuardedImage guarded(RandomImage(5, 7, CV_8UC3, 2), 5, 9);

@@ -134,6 +134,46 @@ TEST_P(StreamingRowKernels, ReduceImagesToTheSameBytes) {
   CheckStreamedReductions(GetParam()->u16);
 }
 
+TEST_P(StreamingRowKernels, CopyEveryByteAndNoOther) {
+  const std::vector<std::uint8_t> src = RandomBytes(1);
+  const auto rows = AtConst<std::uint8_t>(src);
+  for (int offset = 0; offset < 64; ++offset) {
+    for (const std::ptrdiff_t bytes : {1, 7, 63, 64, 65, 128, 200, 400}) {
+      std::vector<std::uint8_t> expected = RandomBytes(9);
+      for (std::ptrdiff_t row = 0; row < kRows; ++row) {
+        std::copy_n(rows[row], bytes, At<std::uint8_t>(&expected, offset)[row]);
+      }
+      std::vector<std::uint8_t> streamed = RandomBytes(9);
+      GetParam()->stream(rows, At<std::uint8_t>(&streamed, offset), {kRows, bytes, bytes});
+      ASSERT_EQ(streamed, expected) << bytes << " bytes, offset " << offset;
+    }
+  }
+}
+
+template <class Sample>
+void CheckPainting(typename SampleKernels<Sample>::Paint paint, std::ptrdiff_t pitch) {
+  for (std::ptrdiff_t samples = 1; samples <= 200; ++samples) {
+    std::vector<std::uint8_t> expected = RandomBytes(9);
+    Sample* const pixels = At<Sample>(&expected, sizeof(Sample))[0];
+    for (std::ptrdiff_t i = 0; i < samples; i += pitch) {
+      pixels[i] = 99;
+    }
+    std::vector<std::uint8_t> painted = RandomBytes(9);
+    paint(At<Sample>(&painted, sizeof(Sample))[0], samples, 99);
+    ASSERT_EQ(painted, expected) << samples << " samples, every " << pitch;
+  }
+}
+
+class PaintingRowKernels : public kelra_test::EveryInstructionSet {};
+KELRA_INSTANTIATE_FOR_EVERY_INSTRUCTION_SET(PaintingRowKernels);
+
+TEST_P(PaintingRowKernels, SetWhatTheySayAndNothingElse) {
+  CheckPainting<std::uint8_t>(GetParam()->u8.fill, 1);
+  CheckPainting<std::uint16_t>(GetParam()->u16.fill, 1);
+  CheckPainting<std::uint8_t>(GetParam()->u8.set_thirds, 3);
+  CheckPainting<std::uint16_t>(GetParam()->u16.set_thirds, 3);
+}
+
 TEST_P(StreamingRowKernels, Give8BitRowsTheSameBytes) { CheckStreaming(GetParam()->u8); }
 
 TEST_P(StreamingRowKernels, Give16BitRowsTheSameBytes) { CheckStreaming(GetParam()->u16); }
