@@ -1,12 +1,16 @@
 // AddBorder.
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <opencv2/core.hpp>
 
 #include "KELRA/KelImageOperation.h"
 #include "frame/call_log.h"
 #include "frame/checks.h"
+#include "frame/pixel_copy.h"
 #include "frame/result_matrix.h"
 
 namespace KELRA {
@@ -23,10 +27,69 @@ Status CheckColor(const KelImage& image, const KelColorRGBA& color) {
   return all_fit ? STATUS_OK : ERR_PARAM_5;
 }
 
-// In the order of interleaved samples.
-cv::Scalar BorderValue(const KelColorRGBA& color, int channels) {
-  return channels == 1 ? cv::Scalar(color.red)
-                       : cv::Scalar(color.blue, color.green, color.red, color.alpha);
+// Whether the border of a pixel of so many samples has a value: a color tells four.
+bool HasValue(const KelColorRGBA& color, int channels) {
+  return channels <= 4 ||
+         (color.red == color.green && color.red == color.blue && color.red == color.alpha);
+}
+
+template <class Sample>
+void SetPixel(const KelColorRGBA& color, int channels, std::uint8_t* pixel) {
+  const int interleaved[] = {color.blue, color.green, color.red, color.alpha};
+  for (int i = 0; i < channels; ++i) {
+    const auto sample = static_cast<Sample>(channels == 1 ? color.red : interleaved[i % 4]);
+    std::memcpy(pixel + static_cast<std::size_t>(i) * sizeof(Sample), &sample, sizeof(Sample));
+  }
+}
+
+// A row of pixels of the color.
+void FillRow(const KelColorRGBA& color, const cv::Mat& image, std::uint8_t* row,
+             std::size_t row_bytes) {
+  if (image.depth() == CV_8U) {
+    SetPixel<std::uint8_t>(color, image.channels(), row);
+  } else {
+    SetPixel<std::uint16_t>(color, image.channels(), row);
+  }
+  for (std::size_t done = image.elemSize(); done < row_bytes; done *= 2) {
+    std::memcpy(row + done, row, std::min(done, row_bytes - done));
+  }
+}
+
+// So many bytes of a result stay in the nearest cache until its border follows its pixels.
+constexpr std::size_t kBytesAtOnce = 32768;
+
+// Writes the result: the input with its first pixel at the corner, `border_row` elsewhere.
+void Surround(const cv::Mat& input, cv::Point corner, const std::uint8_t* border_row,
+              const cv::Mat& result) {
+  const std::size_t row_bytes = static_cast<std::size_t>(result.cols) * result.elemSize();
+  const std::size_t left = static_cast<std::size_t>(corner.x) * result.elemSize();
+  const std::size_t end = left + static_cast<std::size_t>(input.cols) * result.elemSize();
+  const auto fill = [&](std::uint8_t* pixels, std::size_t bytes) {
+    std::memcpy(pixels, border_row, bytes);
+  };
+  const int bottom = corner.y + input.rows;
+  for (int row = 0; row < result.rows; ++row) {
+    if (row < corner.y || row >= bottom) {
+      fill(result.data + result.step[0] * static_cast<std::size_t>(row), row_bytes);
+    }
+  }
+  const Piece inner = WholeOf(input, corner);
+  const bool streaming = ShouldStream(inner);
+  const int rows_at_once = static_cast<int>(std::max<std::size_t>(kBytesAtOnce / row_bytes, 1));
+  // Where rows follow each other without a gap, what is right of one and left of the next is one.
+  const bool is_packed = result.step[0] == row_bytes;
+  const std::size_t right = row_bytes - end;
+  for (int first = corner.y; first < bottom; first += rows_at_once) {
+    const RowRange rows(first, std::min(bottom, first + rows_at_once));
+    CopyRows(inner, rows, result, streaming);
+    for (int row = rows.begin(); row < rows.end(); ++row) {
+      std::uint8_t* pixels = result.data + result.step[0] * static_cast<std::size_t>(row);
+      if (!is_packed || row == corner.y) {
+        fill(pixels, left);
+      }
+      fill(pixels + end, is_packed && row + 1 < bottom ? right + left : right);
+    }
+  }
 }
 
 bool FitsInt(std::int64_t value) { return value <= std::numeric_limits<int>::max(); }
@@ -48,17 +111,17 @@ KelLong KelImageOperation::AddBorder(KelImage& src, KelImage* dst, int left, int
   const cv::Mat& input = src.Mat();
   const std::int64_t columns = std::int64_t{input.cols} + left + right;
   const std::int64_t rows = std::int64_t{input.rows} + top + bottom;
-  if (!FitsInt(columns) || !FitsInt(rows)) {
+  if (!FitsInt(columns) || !FitsInt(rows) || !HasValue(color, input.channels())) {
     return ERR_BORDER_EXCEPTION;
   }
   try {
     const cv::Size size(static_cast<int>(columns), static_cast<int>(rows));
     cv::Mat fresh;
     cv::Mat& result = ResultMatrixApart(input, dst, size, input.type(), &fresh);
-    // Isolated: the pixels around a part of a larger matrix do not become border.
-    cv::copyMakeBorder(input, result, top, bottom, left, right,
-                       cv::BORDER_CONSTANT | cv::BORDER_ISOLATED,
-                       BorderValue(color, input.channels()));
+    const std::size_t row_bytes = static_cast<std::size_t>(result.cols) * result.elemSize();
+    cv::AutoBuffer<std::uint8_t> border_row(row_bytes);
+    FillRow(color, input, border_row.data(), row_bytes);
+    Surround(input, {left, top}, border_row.data(), result);
     AssignResult(result, dst);
   } catch (...) {
     return ERR_BORDER_EXCEPTION;

@@ -88,6 +88,31 @@ TEST(AddBorder, SurroundsTheImageWithTheColor) {
   }
 }
 
+// The larger one is written past the caches.
+TEST(AddBorder, SurroundsLargeImages) {
+  constexpr Widths kAround{5, 1, 3, 2};
+  constexpr KelColorRGBA kColor{200, 100, 50, 0};
+  for (const int rows : {300, 3001}) {
+    for (const int type : {CV_8UC3, CV_16UC1}) {
+      KelImage src(RandomImage(rows, 4099, type));
+      KelImage dst;
+      ASSERT_EQ(AddBorder(src, &dst, kAround, kColor), STATUS_OK);
+      EXPECT_TRUE(SameImage(dst.Mat(), Bordered(src.Mat(), kAround, kColor)));
+    }
+  }
+}
+
+TEST(AddBorder, OfMoreThanFourChannelsTakesOneValueForAll) {
+  KelImage src(RandomImage(4, 5, CV_8UC(6)));
+  KelImage dst;
+  EXPECT_EQ(AddBorder(src, &dst, {1, 2, 3, 4}, {7, 7, 7, 8}), ERR_BORDER_EXCEPTION);
+  EXPECT_TRUE(dst.Mat().empty());
+  ASSERT_EQ(AddBorder(src, &dst, {1, 2, 3, 4}, {7, 7, 7, 7}), STATUS_OK);
+  cv::Mat expected;
+  cv::copyMakeBorder(src.Mat(), expected, 2, 4, 1, 3, cv::BORDER_CONSTANT, cv::Scalar::all(7));
+  EXPECT_TRUE(SameImage(dst.Mat(), expected));
+}
+
 TEST(AddBorder, TakesTheWidthsInTheOrderLeftTopRightBottom) {
   KelImage src(RandomImage(10, 10, CV_8UC1));
   KelImage dst;
