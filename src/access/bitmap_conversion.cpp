@@ -9,6 +9,7 @@
 #include "frame/call_log.h"
 #include "frame/checks.h"
 #include "frame/result_matrix.h"
+#include "frame/row_engine.h"
 
 namespace KELRA {
 namespace {
@@ -98,10 +99,13 @@ Status ConvertBitmap(KelImage* dst, KelLong handle, int height, int width, int b
     result = &fresh;
   }
   const std::size_t row_bytes = result->elemSize() * static_cast<std::size_t>(width);
-  for (int row = 0; row < height; ++row) {
-    const int from = top_down == 1 ? row : height - 1 - row;
-    CopyRow(bytes, bytes.step[0] * static_cast<std::size_t>(from), result->ptr(row), row_bytes);
-  }
+  const std::size_t bytes_moved = 2 * row_bytes * static_cast<std::size_t>(height);
+  ForEachRowRange(height, bytes_moved, [&](const RowRange& rows) {
+    for (int row = rows.begin(); row < rows.end(); ++row) {
+      const int from = top_down == 1 ? row : height - 1 - row;
+      CopyRow(bytes, bytes.step[0] * static_cast<std::size_t>(from), result->ptr(row), row_bytes);
+    }
+  });
   AssignResult(*result, dst);
   log.Exit();
   return STATUS_OK;
