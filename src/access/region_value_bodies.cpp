@@ -1,8 +1,9 @@
 #include "access/region_value_bodies.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
+
+#include "frame/kernels/row_kernels.h"
 
 namespace KELRA::tbbup {
 namespace {
@@ -27,34 +28,6 @@ void ForEachPieceInside(std::span<const KelRun> runs, int rows, int columns, Vis
   }
 }
 
-// As many samples as are both whole pixels and whole vectors.
-constexpr std::ptrdiff_t kBlock = 16 * kPitch;
-
-// The bits that a block keeps when the first sample of each pixel is set.
-template <class Sample>
-constexpr std::array<Sample, kBlock> kKept = [] {
-  std::array<Sample, kBlock> kept{};
-  for (std::size_t i = 0; i < kBlock; ++i) {
-    kept[i] = static_cast<Sample>(i % kPitch == 0 ? 0 : ~0);
-  }
-  return kept;
-}();
-
-// Sets one sample of each pixel among `count` samples, the first and every third from it. Those
-// between are written as they are: a block at a time is several times as fast as a sample.
-template <class Sample>
-void FillChannel(Sample* samples, std::ptrdiff_t count, Sample value) {
-  for (; count >= kBlock; samples += kBlock, count -= kBlock) {
-    for (std::size_t i = 0; i < kBlock; ++i) {
-      const Sample kept = kKept<Sample>[i];
-      samples[i] = static_cast<Sample>((samples[i] & kept) | (value & ~kept));
-    }
-  }
-  for (std::ptrdiff_t i = 0; i < count; i += kPitch) {
-    samples[i] = value;
-  }
-}
-
 }  // namespace
 
 template <class Sample>
@@ -67,8 +40,9 @@ RegionValue<Sample>::RegionValue(const cv::Mat& output, int value, std::span<con
 
 template <class Sample>
 void RegionValue<Sample>::operator()(const RowRange&) const {
+  const auto fill = kernels::ActiveRowKernels().For<Sample>().fill;
   ForEachPieceInside(runs_, rows_, columns_, [&](const Piece& piece) {
-    std::fill_n(first_ + piece.row * columns_ + piece.begin, piece.end - piece.begin, value_);
+    fill(first_ + piece.row * columns_ + piece.begin, piece.end - piece.begin, value_);
   });
 }
 
@@ -85,16 +59,19 @@ RegionColorValue<Sample>::RegionColorValue(const cv::Mat& output, int channel, i
 
 template <class Sample>
 void RegionColorValue<Sample>::operator()(const RowRange&) const {
+  const auto set_thirds = kernels::ActiveRowKernels().For<Sample>().set_thirds;
   const std::ptrdiff_t row_samples = std::ptrdiff_t{columns_} * channels_;
   const std::ptrdiff_t samples = row_samples * rows_;
   ForEachPieceInside(runs_, rows_, columns_, [&](const Piece& piece) {
     const std::ptrdiff_t row = piece.row * row_samples + (kPitch - channel_);
-    const std::ptrdiff_t end = std::min(row + piece.end * kPitch, samples);
+    const std::ptrdiff_t end = std::min(row + (piece.end - 1) * kPitch + 1, samples);
     std::ptrdiff_t sample = row + piece.begin * kPitch;
     while (sample < 0) {
       sample += kPitch;
     }
-    FillChannel(first_ + sample, end - sample, value_);
+    if (sample < end) {
+      set_thirds(first_ + sample, end - sample, value_);
+    }
   });
 }
 

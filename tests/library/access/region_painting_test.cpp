@@ -147,6 +147,27 @@ TEST(SetRegionValue, GivesTheSameForEveryParallelSetting) {
   }
 }
 
+// Worth sharing out, and painted while it is copied when its runs come row by row.
+TEST(SetRegionValue, OfALargeImageGivesTheSameWhateverTheOrderOfTheRuns) {
+  std::vector<KelRun> runs;
+  for (int row = 0; row < 700; ++row) {
+    runs.push_back({row, row % 3 == 0 ? 0 : row, row % 2 == 0 ? 900 : row + 150});
+    runs.push_back({row, 40, 45});
+  }
+  const std::vector<KelRun> backwards(runs.rbegin(), runs.rend());
+  for (const int type : {CV_8UC1, CV_8UC3, CV_8UC4, CV_16UC1, CV_16UC2, CV_16UC3}) {
+    const cv::Mat image = RandomImage(700, 901, type);
+    for (const std::vector<KelRun>& order : {runs, backwards}) {
+      const KelRegion region = RegionOf(order);
+      for (int channel = 1; channel <= image.channels(); ++channel) {
+        ASSERT_TRUE(
+            SameImage(Paint(image, {region}, channel, 99), Painted(image, {region}, channel, 99)))
+            << TypeName(type) << ", channel " << channel;
+      }
+    }
+  }
+}
+
 TEST(SetRegionValue, PaintsEachValueOfTheRange) {
   const KelRegionArray regions = {RegionOf({{1, 2, 30}})};
   for (const int type : {CV_8UC1, CV_16UC1}) {
