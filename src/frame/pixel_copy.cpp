@@ -19,6 +19,10 @@ std::size_t BytesMoved(const Piece& piece) {
          static_cast<std::size_t>(piece.part.height) * piece.pixels->elemSize();
 }
 
+// A copy of fewer is done within some tens of microseconds: too little to wait for a second thread
+// that may be late.
+constexpr std::size_t kSerialBytesOfCopy = std::size_t{4} * 1024 * 1024;
+
 bool ExceedsCaches(std::size_t bytes) { return bytes > LastLevelCacheBytes(); }
 
 template <class Byte>
@@ -78,11 +82,14 @@ void CopyPieces(std::span<const Piece> pieces, const cv::Mat& to) {
     bytes += BytesMoved(piece);
   }
   const bool streaming = ExceedsCaches(bytes);
-  ForEachRowRange(to.rows, bytes, [&](const RowRange& rows) {
-    for (const Piece& piece : pieces) {
-      CopyRows(piece, rows, to, streaming);
-    }
-  });
+  ForEachRowRange(
+      to.rows, bytes,
+      [&](const RowRange& rows) {
+        for (const Piece& piece : pieces) {
+          CopyRows(piece, rows, to, streaming);
+        }
+      },
+      kSerialBytesOfCopy);
 }
 
 }  // namespace KELRA

@@ -73,12 +73,12 @@ TEST(GridPaste, TilesImagesRowByRow) {
 
 // Shared out; where images lie over each other the later one shows in every row.
 TEST(OverlappingGridPaste, OfLargeImagesGivesTheSame) {
-  KelImageArray images = RandomImages(4, 400, 700, CV_16UC1);
+  KelImageArray images = RandomImages(4, 400, 1400, CV_16UC1);
   KelImage result;
   ASSERT_EQ(PasteOverlapping(images, &result, 2, 2, 150, 90), STATUS_OK);
-  cv::Mat expected = cv::Mat::zeros(710, 1250, CV_16UC1);
+  cv::Mat expected = cv::Mat::zeros(710, 2650, CV_16UC1);
   for (int i = 0; i < 4; ++i) {
-    images[i].Mat().copyTo(expected(cv::Rect(i % 2 * 550, i / 2 * 310, 700, 400)));
+    images[i].Mat().copyTo(expected(cv::Rect(i % 2 * 1250, i / 2 * 310, 1400, 400)));
   }
   EXPECT_TRUE(SameImage(result.Mat(), expected));
 }
