@@ -1,4 +1,5 @@
 #include <map>
+#include <memory>
 #include <opencv2/imgproc.hpp>
 #include <tuple>
 
@@ -29,25 +30,38 @@ KelLong PasteBy(double angle, KelImageOperation& op, KelImage& canvas, KelImage*
   return op.Paste(canvas, image, dst, position, angle);
 }
 
-using Grid = KelLong (*)(KelImageOperation& op, KelImageArray& images, KelImage* dst);
+// What a call takes, made once: OpenCV's side finds its images made, too.
+struct GridInputs {
+  KelImageOperation op;
+  KelImageArray images;
+  KelPointArray offsets{{0, 0}, {0, 0}, {0, 0}, {0, 0}};
+  KelVarArray values;
+  KelImage our_dst;
+  cv::Mat opencv_dst;
+};
+
+using Grid = KelLong (*)(GridInputs& on);
 
 // Four images side by side, `overlap` columns and rows over each other.
 void RegisterGrid(const char* name, int overlap, Grid grid) {
-  Register({name,
-            [grid](KelImageOperation& op, KelImage& canvas, KelImage* dst) {
-              const KelImage quarter(SecondImage(canvas.Mat()));
-              KelImageArray images{quarter, quarter, quarter, quarter};
-              return grid(op, images, dst);
-            },
-            [overlap](const cv::Mat& canvas, cv::Mat* dst) {
-              const cv::Mat& image = SecondImage(canvas);
-              const cv::Size step(image.cols - overlap, image.rows - overlap);
-              dst->create(image.rows + step.height, image.cols + step.width, image.type());
-              for (const cv::Point at : {cv::Point(0, 0), cv::Point(step.width, 0),
-                                         cv::Point(0, step.height), cv::Point(step)}) {
-                image.copyTo((*dst)(cv::Rect(at, image.size())));
-              }
-            }});
+  const auto make = [grid, overlap](cv::Size size, int type) {
+    const auto on = std::make_shared<GridInputs>();
+    const cv::Mat image = SecondImage(Noise(size, type));
+    for (int i = 0; i < 4; ++i) {
+      on->images.Append(KelImage(image));
+    }
+    return Calls{[=] { return grid(*on); },
+                 [=] {
+                   const cv::Size step(image.cols - overlap, image.rows - overlap);
+                   cv::Mat& dst = on->opencv_dst;
+                   dst.create(image.rows + step.height, image.cols + step.width, image.type());
+                   for (const cv::Point at : {cv::Point(0, 0), cv::Point(step.width, 0),
+                                              cv::Point(0, step.height), cv::Point(step)}) {
+                     image.copyTo(dst(cv::Rect(at, image.size())));
+                   }
+                 }};
+  };
+  Register(CallsSideBySide{name, make, 2});
 }
 
 }  // namespace
@@ -76,16 +90,11 @@ void RegisterPaste() {
               cv::warpAffine(image, *dst, turn, dst->size(), cv::INTER_LINEAR,
                              cv::BORDER_TRANSPARENT);
             }});
-  RegisterGrid("Paste in a grid, by offsets", 0,
-               [](KelImageOperation& op, KelImageArray& images, KelImage* dst) {
-                 KelPointArray offsets{{0, 0}, {0, 0}, {0, 0}, {0, 0}};
-                 KelVarArray values;
-                 return op.Paste(images, dst, 2, 2, offsets, values);
-               });
+  RegisterGrid("Paste in a grid, by offsets", 0, [](GridInputs& on) {
+    return on.op.Paste(on.images, &on.our_dst, 2, 2, on.offsets, on.values);
+  });
   RegisterGrid("Paste in a grid, overlapping", 1,
-               [](KelImageOperation& op, KelImageArray& images, KelImage* dst) {
-                 return op.Paste(images, dst, 2, 2, 1, 1);
-               });
+               [](GridInputs& on) { return on.op.Paste(on.images, &on.our_dst, 2, 2, 1, 1); });
 }
 
 }  // namespace KELRA::bench
