@@ -34,7 +34,8 @@ Status CheckBuffer(const void* buffer, int height, int width, KelImageType type,
 
 template <class From, class To>
 void ConvertRows(const cv::Mat& input, cv::Mat& result,
-                 void (*kernel)(kernels::Rows<const From>, kernels::Rows<To>, kernels::Extent)) {
+                 void (*kernel)(kernels::Rows<const From>, kernels::Rows<To>,
+                                const kernels::Extent&)) {
   const std::size_t bytes = tbbup::PixelBytes(input) + tbbup::PixelBytes(result);
   ForEachRowRange(input.rows, bytes, [&](const RowRange& rows) {
     kernel(tbbup::RowsOf<const From>(input, rows), tbbup::RowsOf<To>(result, rows),

@@ -49,7 +49,7 @@ struct SaturatedToBytes {
 };
 
 template <class Loaded, class Formula, class From, class To>
-void ConvertDepth(Rows<const From> src, Rows<To> dst, Extent extent) {
+void ConvertDepth(Rows<const From> src, Rows<To> dst, const Extent& extent) {
   for (std::ptrdiff_t row = 0; row < extent.rows; ++row) {
     if (extent.streaming) {
       WalkBlocks<true>(Formula{}, extent.samples, dst[row], Loaded{src[row]});
@@ -67,7 +67,8 @@ inline constexpr DepthConversions kDepthConversions = {
     .to_bytes = ConvertDepth<WordsPerByte, SaturatedToBytes>,
 };
 
-inline void StreamBytesOfRows(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst, Extent extent) {
-  extent.streaming = true;
-  ConvertDepth<const std::uint8_t*, Unchanged>(src, dst, extent);
+inline void StreamBytesOfRows(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst,
+                              const Extent& extent) {
+  ConvertDepth<const std::uint8_t*, Unchanged>(src, dst,
+                                               {extent.rows, extent.samples, extent.blocks, true});
 }

@@ -118,27 +118,27 @@ struct GridRow {
 template <class Sample>
 struct SampleKernels {
   // dst = saturate((src op constant) * scale + offset)
-  using WithConstant = void (*)(Rows<const Sample> src, Rows<Sample> dst, Extent extent,
+  using WithConstant = void (*)(Rows<const Sample> src, Rows<Sample> dst, const Extent& extent,
                                 float constant, Linear linear);
   // dst = saturate((a op b) * scale + offset); a / 0 gives 0 whatever the offset
   using WithImage = void (*)(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst,
-                             Extent extent, Linear linear);
+                             const Extent& extent, Linear linear);
   // dst = saturate(src + shift), |shift| at most the largest sample: the constant forms of sums and
   // differences whose scale is 1 and whose offset is whole, in integers
-  using Shift = void (*)(Rows<const Sample> src, Rows<Sample> dst, Extent extent, int shift);
+  using Shift = void (*)(Rows<const Sample> src, Rows<Sample> dst, const Extent& extent, int shift);
   // dst = saturate(a op b): the image forms with scale 1 and offset 0, in integers
   using Saturate = void (*)(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst,
-                            Extent extent);
+                            const Extent& extent);
   // dst = the mark where the relation holds between a and b, elsewhere a; a row's first sample is
   // not tested
   using MarkByImage = void (*)(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst,
-                               Extent extent, Sample mark);
+                               const Extent& extent, Sample mark);
   // The same between src and a constant
-  using MarkByConstant = void (*)(Rows<const Sample> src, Rows<Sample> dst, Extent extent,
+  using MarkByConstant = void (*)(Rows<const Sample> src, Rows<Sample> dst, const Extent& extent,
                                   Sample constant, Sample mark);
 
   // dst = src op constant
-  using CombineConstant = void (*)(Rows<const Sample> src, Rows<Sample> dst, Extent extent,
+  using CombineConstant = void (*)(Rows<const Sample> src, Rows<Sample> dst, const Extent& extent,
                                    Sample constant);
   // dst = a op b
   using CombineImages = Saturate;
@@ -147,7 +147,7 @@ struct SampleKernels {
   using InDouble = void (*)(const Sample* src, Sample* dst, std::ptrdiff_t samples, double scale,
                             double offset);
   // dst = the square root of src, to nearest
-  using Root = void (*)(Rows<const Sample> src, Rows<Sample> dst, Extent extent);
+  using Root = void (*)(Rows<const Sample> src, Rows<Sample> dst, const Extent& extent);
   // dst = the largest or smallest of all images; `streaming` as in Extent
   using Extreme = void (*)(ImageRows<Sample> src, Sample* dst, std::ptrdiff_t samples,
                            bool streaming);
@@ -159,7 +159,7 @@ struct SampleKernels {
   // sums = sums + each image, in their order, - the largest - the smallest as far as left out
   using AddImages = void (*)(ImageRows<Sample> src, float* sums, std::ptrdiff_t samples);
   // sums = sums * factor, and dst = saturate(sums), to nearest, ties to even
-  using Means = void (*)(Rows<float> sums, Rows<Sample> dst, Extent extent, float factor);
+  using Means = void (*)(Rows<float> sums, Rows<Sample> dst, const Extent& extent, float factor);
   // dst = `count` pixels of a row from the column `first` on, bilinear between the neighbours of
   // (x, y) and truncated, in double precision. Below 0 a position counts as 0; it lies before the
   // image's last column and row or in them. Behind those a pixel is its own neighbour. The image
@@ -204,13 +204,14 @@ struct SampleKernels {
 
 struct DepthConversions {
   // dst = src
-  void (*to_words)(Rows<const std::uint8_t> src, Rows<std::uint16_t> dst, Extent extent);
+  void (*to_words)(Rows<const std::uint8_t> src, Rows<std::uint16_t> dst, const Extent& extent);
   // dst = saturate(src)
-  void (*to_bytes)(Rows<const std::uint16_t> src, Rows<std::uint8_t> dst, Extent extent);
+  void (*to_bytes)(Rows<const std::uint16_t> src, Rows<std::uint8_t> dst, const Extent& extent);
 };
 
 // dst = src past the caches, whatever `extent.streaming` says
-using StreamBytes = void (*)(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst, Extent extent);
+using StreamBytes = void (*)(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst,
+                             const Extent& extent);
 
 struct RowKernels {
   const char* instruction_set;

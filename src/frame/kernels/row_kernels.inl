@@ -410,9 +410,10 @@ inline void WalkVectors(const Formula& f, std::ptrdiff_t vectors, Sample* dst, I
 }
 
 // The blocks of one row. Streamed, only the vectors between the first and the last aligned address
-// can be.
+// can be. Of short rows a call for each would take longer than the row.
 template <bool kStreaming, class Formula, class Sample, class... Inputs>
-inline void WalkBlocks(const Formula& formula, std::ptrdiff_t count, Sample* dst, Inputs... src) {
+[[gnu::always_inline]] inline void WalkBlocks(const Formula& formula, std::ptrdiff_t count,
+                                              Sample* dst, Inputs... src) {
   constexpr std::ptrdiff_t kStep = kLanes<Sample>;
   // Loading in halves adds instructions, in vain for formulas that take longer than memory does and
   // for rows in the first-level cache that do not look written.
@@ -426,7 +427,8 @@ inline void WalkBlocks(const Formula& formula, std::ptrdiff_t count, Sample* dst
   if constexpr (kStreaming) {
     const std::ptrdiff_t head = SamplesToAlignment(dst, count);
     if (head == count) {
-      return WalkBlocks<false>(f, count, dst, src...);
+      WalkBlocks<false>(f, count, dst, src...);
+      return;
     }
     ApplyPartially(f, head, dst, src...);
     for (done = head; done + kStep <= count; done += kStep) {
@@ -474,7 +476,7 @@ inline void WalkRows(Formula f, Extent extent, Rows<Sample> dst, Inputs... src) 
 // The one loop over rows: the blocks, then the tail. The output may be an input: every sample is
 // read before it is written.
 template <class Formula, class Sample, class... Inputs>
-inline void Walk(const Formula& f, Extent extent, Rows<Sample> dst, Inputs... src) {
+inline void Walk(const Formula& f, const Extent& extent, Rows<Sample> dst, Inputs... src) {
   if (extent.streaming) {
     WalkRows<true>(f, extent, dst, src...);
     // Other threads must not see what follows before the streamed rows.
@@ -486,7 +488,8 @@ inline void Walk(const Formula& f, Extent extent, Rows<Sample> dst, Inputs... sr
 
 // As Walk, for rows that are blocks throughout and formulas that have a vector form only.
 template <class Formula, class Sample, class... Inputs>
-inline void WalkBlocksOnly(const Formula& f, Extent extent, Rows<Sample> dst, Inputs... src) {
+inline void WalkBlocksOnly(const Formula& f, const Extent& extent, Rows<Sample> dst,
+                           Inputs... src) {
   for (std::ptrdiff_t row = 0; row < extent.rows; ++row) {
     WalkBlocks<false>(f, extent.blocks, dst[row], src[row]...);
   }
@@ -593,7 +596,7 @@ struct FromTables {
 };
 
 template <class Formula>
-inline void WalkOneInput(const Formula& f, Extent extent, Rows<std::uint8_t> dst,
+inline void WalkOneInput(const Formula& f, const Extent& extent, Rows<std::uint8_t> dst,
                          Rows<const std::uint8_t> src) {
   constexpr std::ptrdiff_t kWorthTabulating = 1024;
   if (extent.rows * extent.blocks < kWorthTabulating) {
@@ -608,7 +611,7 @@ inline void WalkOneInput(const Formula& f, Extent extent, Rows<std::uint8_t> dst
 #endif
 
 template <class Formula, class Sample>
-inline void WalkOneInput(const Formula& f, Extent extent, Rows<Sample> dst,
+inline void WalkOneInput(const Formula& f, const Extent& extent, Rows<Sample> dst,
                          Rows<const Sample> src) {
   Walk(f, extent, dst, src);
 }
@@ -626,7 +629,7 @@ inline void WithFinish(float lowest, float highest, Linear linear, Use use) {
 }
 
 template <class Sample, class Term, class Rounding>
-void WithConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, float constant,
+void WithConstant(Rows<const Sample> src, Rows<Sample> dst, const Extent& extent, float constant,
                   Linear linear) {
   const Term term{constant};
   const auto use = [&]<Range kRange>(const Finish<Sample, Rounding, kRange>& finish) {
@@ -682,8 +685,8 @@ inline double GridOfWholeQuotient(double constant, Linear linear) {
 }
 
 template <class Sample>
-void DivideByConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, float constant,
-                      Linear linear) {
+void DivideByConstant(Rows<const Sample> src, Rows<Sample> dst, const Extent& extent,
+                      float constant, Linear linear) {
   const double grid = GridOfWholeQuotient<Sample>(constant, linear);
   if (grid > 0) {
     const auto factor = static_cast<float>(linear.scale / static_cast<double>(constant));
@@ -695,7 +698,7 @@ void DivideByConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, f
 }
 
 template <class Sample, class Term, class Rounding>
-void WithImage(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst, Extent extent,
+void WithImage(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst, const Extent& extent,
                Linear linear) {
   const auto use = [&]<Range kRange>(const Finish<Sample, Rounding, kRange>& finish) {
     Walk(OfImages<Sample, Term, Rounding, kRange>{finish}, extent, dst, a, b);
@@ -705,7 +708,7 @@ void WithImage(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst, Ext
 }
 
 template <class Sample>
-void Shift(Rows<const Sample> src, Rows<Sample> dst, Extent extent, int shift) {
+void Shift(Rows<const Sample> src, Rows<Sample> dst, const Extent& extent, int shift) {
   if (shift >= 0) {
     Walk(WithOperand<Sample, SaturatedSum>{static_cast<Sample>(shift)}, extent, dst, src);
   } else {
@@ -714,7 +717,7 @@ void Shift(Rows<const Sample> src, Rows<Sample> dst, Extent extent, int shift) {
 }
 
 template <class Sample, class Formula>
-void OfBoth(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst, Extent extent) {
+void OfBoth(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst, const Extent& extent) {
   Walk(Formula{}, extent, dst, a, b);
 }
 
@@ -751,7 +754,7 @@ struct MarkedAgainst {
 };
 
 template <bool kStreaming, class Formula, class Sample, class... Inputs>
-inline void WalkRowsBehindFirst(const Formula& f, Extent extent, Rows<Sample> dst,
+inline void WalkRowsBehindFirst(const Formula& f, const Extent& extent, Rows<Sample> dst,
                                 Rows<const Sample> src, Inputs... others) {
   for (std::ptrdiff_t row = 0; row < extent.rows; ++row) {
     dst[row][0] = src[row][0];
@@ -761,7 +764,8 @@ inline void WalkRowsBehindFirst(const Formula& f, Extent extent, Rows<Sample> ds
 
 // Copies each row's first sample and applies the formula to those behind it.
 template <class Formula, class Sample, class... Inputs>
-inline void WalkBehindFirst(const Formula& f, Extent extent, Rows<Sample> dst, Inputs... src) {
+inline void WalkBehindFirst(const Formula& f, const Extent& extent, Rows<Sample> dst,
+                            Inputs... src) {
   if (extent.streaming) {
     WalkRowsBehindFirst<true>(f, extent, dst, src...);
     _mm_sfence();
@@ -771,19 +775,20 @@ inline void WalkBehindFirst(const Formula& f, Extent extent, Rows<Sample> dst, I
 }
 
 template <class Sample, Relation kRelation>
-void MarkByImage(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst, Extent extent,
+void MarkByImage(Rows<const Sample> a, Rows<const Sample> b, Rows<Sample> dst, const Extent& extent,
                  Sample mark) {
   WalkBehindFirst(Marked<Sample, kRelation>{mark}, extent, dst, a, b);
 }
 
 template <class Sample, Relation kRelation>
-void MarkByConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, Sample constant,
+void MarkByConstant(Rows<const Sample> src, Rows<Sample> dst, const Extent& extent, Sample constant,
                     Sample mark) {
   WalkBehindFirst(MarkedAgainst<Sample, kRelation>{{mark}, constant}, extent, dst, src);
 }
 
 template <class Sample, class Formula>
-void OfSampleAndConstant(Rows<const Sample> src, Rows<Sample> dst, Extent extent, Sample constant) {
+void OfSampleAndConstant(Rows<const Sample> src, Rows<Sample> dst, const Extent& extent,
+                         Sample constant) {
   Walk(WithOperand<Sample, Formula>{constant}, extent, dst, src);
 }
 
@@ -793,12 +798,12 @@ void InDouble(const Sample* src, Sample* dst, std::ptrdiff_t samples, double sca
 }
 
 template <class Sample>
-void SquareRoots(Rows<const Sample> src, Rows<Sample> dst, Extent extent) {
+void SquareRoots(Rows<const Sample> src, Rows<Sample> dst, const Extent& extent) {
   WalkOneInput(Root<Sample>{}, extent, dst, src);
 }
 
 template <class Sample>
-void Means(Rows<float> sums, Rows<Sample> dst, Extent extent, float factor) {
+void Means(Rows<float> sums, Rows<Sample> dst, const Extent& extent, float factor) {
   WalkBlocksOnly(TimesFactor{Set(factor)}, extent, sums, sums);
   WalkBlocksOnly(Nearest<Sample>{}, extent, dst, RowsPerSample<Sample>{sums});
 }

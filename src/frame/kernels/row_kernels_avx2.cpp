@@ -23,8 +23,12 @@ namespace KELRA::kernels::avx2 {
 
 #include "frame/kernels/mask_bits.inl"
 
-const RowKernels kRowKernels = {"AVX2", kSampleKernels<std::uint8_t>, kSampleKernels<std::uint16_t>,
-                                kDepthConversions, BitsOfMask, StreamBytesOfRows};
+const RowKernels kRowKernels = {"AVX2",
+                                kSampleKernels<std::uint8_t>,
+                                kSampleKernels<std::uint16_t>,
+                                kDepthConversions,
+                                BitsOfMask,
+                                StreamBytesOfRows};
 
 }  // namespace KELRA::kernels::avx2
 KELRA_END_TARGET

@@ -23,9 +23,12 @@ namespace KELRA::kernels::avx512 {
 
 #include "frame/kernels/mask_bits.inl"
 
-const RowKernels kRowKernels = {"AVX-512", kSampleKernels<std::uint8_t>,
-                                kSampleKernels<std::uint16_t>, kDepthConversions,
-                                BitsOfMask, StreamBytesOfRows};
+const RowKernels kRowKernels = {"AVX-512",
+                                kSampleKernels<std::uint8_t>,
+                                kSampleKernels<std::uint16_t>,
+                                kDepthConversions,
+                                BitsOfMask,
+                                StreamBytesOfRows};
 
 }  // namespace KELRA::kernels::avx512
 KELRA_END_TARGET

@@ -26,9 +26,12 @@ namespace KELRA::kernels::avx512vbmi {
 
 #include "frame/kernels/mask_bits.inl"
 
-const RowKernels kRowKernels = {"AVX-512 VBMI", kSampleKernels<std::uint8_t>,
-                                kSampleKernels<std::uint16_t>, kDepthConversions,
-                                BitsOfMask, StreamBytesOfRows};
+const RowKernels kRowKernels = {"AVX-512 VBMI",
+                                kSampleKernels<std::uint8_t>,
+                                kSampleKernels<std::uint16_t>,
+                                kDepthConversions,
+                                BitsOfMask,
+                                StreamBytesOfRows};
 
 }  // namespace KELRA::kernels::avx512vbmi
 KELRA_END_TARGET

@@ -23,9 +23,12 @@ namespace KELRA::kernels::sse41 {
 
 #include "frame/kernels/mask_bits.inl"
 
-const RowKernels kRowKernels = {"SSE4.1", kSampleKernels<std::uint8_t>,
-                                kSampleKernels<std::uint16_t>, kDepthConversions,
-                                BitsOfMask, StreamBytesOfRows};
+const RowKernels kRowKernels = {"SSE4.1",
+                                kSampleKernels<std::uint8_t>,
+                                kSampleKernels<std::uint16_t>,
+                                kDepthConversions,
+                                BitsOfMask,
+                                StreamBytesOfRows};
 
 }  // namespace KELRA::kernels::sse41
 KELRA_END_TARGET
