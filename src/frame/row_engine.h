@@ -15,11 +15,6 @@ using RowRange = tbb::blocked_range<int>;
 // is woken and waited for.
 inline constexpr std::size_t kSerialBytes = std::size_t{1024} * 1024;
 
-// The same behind OpenCV calls that run in parallel themselves. Their threads wait in an arena of
-// OpenCV's own; that one of them joins the engine's, and is missed at the next call of OpenCV,
-// costs a tenth of a millisecond.
-inline constexpr std::size_t kSerialBytesBehindOpenCv = std::size_t{8} * 1024 * 1024;
-
 // As ForEachRowRange, for work that is worth a parallel loop.
 void ForEachRowRangeInParallel(int rows, std::size_t bytes,
                                FunctionRef<void(const RowRange&)> body);

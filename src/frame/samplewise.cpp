@@ -39,7 +39,7 @@ void CombineWithConstant(const KelImage& src, KelImage* dst, kernels::Combinatio
 }
 
 void CombineMatrices(const cv::Mat& first, const cv::Mat& second, cv::Mat* result,
-                     kernels::Combination operation, std::size_t serial_bytes) {
+                     kernels::Combination operation) {
   ForDepth(first.depth(), [&]<class Sample>(Sample) {
     const auto kernel = kernels::ActiveRowKernels().For<Sample>().combine_images[operation];
     const auto body = [&](const RowRange& rows) {
@@ -47,7 +47,7 @@ void CombineMatrices(const cv::Mat& first, const cv::Mat& second, cv::Mat* resul
              RowsOf<Sample>(*result, rows),
              Optimized(BlocksOnly(first, rows), *result, first, second));
     };
-    ForEachRowRange(first.rows, 3 * PixelBytes(first), body, serial_bytes);
+    ForEachRowRange(first.rows, 3 * PixelBytes(first), body);
   });
 }
 

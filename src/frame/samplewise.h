@@ -6,7 +6,6 @@
 
 #include "KELRA/KelData.h"
 #include "frame/kernels/row_kernels.h"
-#include "frame/row_engine.h"
 
 namespace KELRA {
 
@@ -21,7 +20,7 @@ void CombineImages(const KelImage& first, const KelImage& second, KelImage* dst,
 // result = first op second, matrices of one size and type that exist; the result may be one of the
 // others, but not overlap them otherwise
 void CombineMatrices(const cv::Mat& first, const cv::Mat& second, cv::Mat* result,
-                     kernels::Combination operation, std::size_t serial_bytes = kSerialBytes);
+                     kernels::Combination operation);
 
 // dst = the square root of src, to the nearest integer
 void TakeSquareRoot(const KelImage& src, KelImage* dst);

@@ -76,7 +76,7 @@ TEST(RowEngine, LittleWorkIsOneRangeOnTheCallingThread) {
 }
 
 TEST(RowEngine, CallersSayWhatLittleWorkIs) {
-  const std::size_t bytes = kSerialBytesBehindOpenCv;
+  constexpr std::size_t kBytes = 4 * kSerialBytes;
   const auto ranges_of = [](std::size_t work) {
     int ranges = 0;
     std::mutex mutex;
@@ -84,12 +84,12 @@ TEST(RowEngine, CallersSayWhatLittleWorkIs) {
       const std::lock_guard lock(mutex);
       ++ranges;
     };
-    ForEachRowRange(1000, work, count, kSerialBytesBehindOpenCv);
+    ForEachRowRange(1000, work, count, kBytes);
     return ranges;
   };
-  EXPECT_EQ(ranges_of(bytes - 1), 1);
-  EXPECT_GT(ranges_of(bytes), 1);
-  EXPECT_GT(VisitsOf(1000, bytes - 1).ranges.size(), 1U);
+  EXPECT_EQ(ranges_of(kBytes - 1), 1);
+  EXPECT_GT(ranges_of(kBytes), 1);
+  EXPECT_GT(VisitsOf(1000, kBytes - 1).ranges.size(), 1U);
 }
 
 TEST(RowEngine, ParallelSetting1IsOneRange) {
