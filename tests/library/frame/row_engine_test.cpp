@@ -125,7 +125,7 @@ TEST(RowEngine, NoRangeIsTooLittleToSplitOff) {
   constexpr std::size_t kSplitOff = kSerialBytes / 2;
   for (const int parallel : {-1, 0, 1000}) {
     const ScopedSettings settings({.parallel = parallel});
-    for (const std::size_t times : {2, 3, 8, 13}) {
+    for (const std::size_t times : {2U, 3U, 8U, 13U}) {
       const Visits visits =
           tbb::task_arena(4).execute([&] { return VisitsOf(1000, times * kSplitOff); });
       EXPECT_GT(visits.ranges.size(), 1U);
