@@ -31,6 +31,23 @@ cv::Mat NoRowsOf(const cv::Mat& mat) {
   return mat.dims <= 2 ? cv::Mat(0, mat.cols, mat.type(), mat.data, mat.step[0]) : cv::Mat();
 }
 
+// Empty where there is no memory for it, which the region library will tell.
+cv::Mat MatrixForResult(const cv::Mat& input) {
+  cv::Mat mat;
+  try {
+    CreateInLargePages(input.size(), input.type(), &mat);
+  } catch (const cv::Exception&) {
+    mat.release();
+  }
+  return mat;
+}
+
+// Whether the matrix of no rows has reserved as many.
+bool HasReserved(const cv::Mat& mat, int rows) {
+  return mat.data != nullptr && static_cast<std::size_t>(mat.datalimit - mat.data) >=
+                                    mat.step[0] * static_cast<std::size_t>(rows);
+}
+
 // Where `part` lies in `whole`, when it is a part of it.
 std::optional<cv::Rect> PlaceOf(const cv::Mat& part, const cv::Mat& whole) {
   if (part.empty() || part.dims > 2 || part.type() != whole.type() ||
@@ -192,11 +209,12 @@ Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
   }
   cv::Mat restored = MatrixToRestoreInto(*dst);
   KelImage part_result;
-  if (const std::optional<cv::Rect> place = PlaceOf(cut, input)) {
+  const std::optional<cv::Rect> place = PlaceOf(cut, input);
+  if (place && restored.empty()) {
+    restored = MatrixForResult(input);
+  }
+  if (place && !restored.empty()) {
     // From the input to where the result belongs, without a copy of either.
-    if (restored.empty()) {
-      CreateInLargePages(input.size(), input.type(), &restored);
-    }
     part_result.Mat() = restored(*place);
   } else if (policy_.shared_output == SharedOutput::kAsIfSeparate && IsHeldAlone(cut)) {
     part_result.Mat() = cut;
@@ -242,7 +260,7 @@ cv::Mat CallFrame::MatrixToRestoreInto(const KelImage& dst) const {
     return own;
   }
   cv::Mat kept = TakeKept(KeptFor::kResult);
-  if (kept.cols != pixels.cols || kept.type() != pixels.type()) {
+  if (kept.cols != pixels.cols || kept.type() != pixels.type() || !HasReserved(kept, pixels.rows)) {
     return {};
   }
   kept.resize(static_cast<std::size_t>(pixels.rows));

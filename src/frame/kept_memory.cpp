@@ -27,8 +27,11 @@ cv::Mat TakeKept(KeptFor purpose) {
   return kept;
 }
 
+// A part would keep the whole that it was taken from, and a caller's own allocator may end before
+// the thread does.
 void Keep(KeptFor purpose, cv::Mat&& mat) {
-  if (!mat.empty() && IsHeldAlone(mat) && tbbup::PixelBytes(mat) <= kMostBytes) {
+  if (IsHeldAlone(mat) && !mat.empty() && mat.dims <= 2 && !mat.isSubmatrix() &&
+      mat.u->size <= kMostBytes && mat.u->currAllocator == cv::Mat::getStdAllocator()) {
     Kept(purpose) = std::move(mat);
   }
 }

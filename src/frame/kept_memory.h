@@ -13,7 +13,7 @@ enum class KeptFor { kMask, kResult };
 // and nothing is kept now.
 cv::Mat TakeKept(KeptFor purpose);
 
-// Keeps the matrix unless it is large or somebody else holds it.
+// Keeps the matrix unless its memory is larger or somebody else holds it.
 void Keep(KeptFor purpose, cv::Mat&& mat);
 
 }  // namespace KELRA

@@ -1,5 +1,7 @@
 // Add, Subtract, Multiply, Divide.
 
+#include <cmath>
+#include <limits>
 #include <opencv2/core.hpp>
 
 #include "KELRA/KelImageOperation.h"
@@ -48,13 +50,18 @@ void CombineUpright(Arithmetic code, Linear linear, const cv::Mat& first, const 
   }
 }
 
+// Which scales of a product OpenCV leaves out.
+bool CountsAsOne(float scale) {
+  return std::abs(scale - 1.0F) <= std::numeric_limits<float>::epsilon();
+}
+
 // The saturated sum or difference, or the scaled product or quotient as OpenCV rounds it. Where no
 // rounding is involved the row bodies compute the same; OpenCV lets large 16-bit products wrap
 // around at the end of a row.
 template <class Sample, int Channels>
 void CombineUnmasked(Arithmetic code, float scale, const cv::Mat& first, const cv::Mat& turned,
                      cv::Mat* result) {
-  if (IsSumOrDifference(code) || (code == kernels::kMultiply && scale == 1.0F)) {
+  if (IsSumOrDifference(code) || (code == kernels::kMultiply && CountsAsOne(scale))) {
     const RowRange all(0, first.rows);
     tbbup::BlockwiseImages<Sample, Channels>(result, first, turned, code, 1.0F, 0.0F)(all);
   } else if (code == kernels::kMultiply) {

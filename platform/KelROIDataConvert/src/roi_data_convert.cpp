@@ -246,7 +246,9 @@ cv::Mat MemoryFor(cv::Size size, int type, const cv::Mat& image, cv::Mat out) {
 cv::Mat MatrixFor(const cv::Mat& image, const cv::Mat& part, const cv::Rect& box,
                   const cv::Mat& out) {
   cv::Mat memory = MemoryFor(image.size(), image.type(), image, out);
-  if (memory.empty() || !(LieApart(memory, part) || LiesInItsPlace(part, memory, box))) {
+  const bool part_may_lie_there = out.rows == 0;
+  if (memory.empty() ||
+      !(LieApart(memory, part) || (part_may_lie_there && LiesInItsPlace(part, memory, box)))) {
     memory = cv::Mat(image.size(), image.type());
   }
   return memory;
@@ -342,7 +344,7 @@ KelLong KelROIDataConvert::GenMaskImage(cv::Mat& image, KelROI& roi, cv::Mat* ma
     }
     const std::vector<KelRun> rim = filled != 0 ? std::vector<KelRun>() : RimOf(covered->runs);
     cv::Mat painted = mask->rows == 0 ? MemoryFor(image.size(), CV_8UC1, image, *mask) : cv::Mat();
-    if (painted.empty()) {
+    if (painted.empty() || !painted.isContinuous()) {
       painted = cv::Mat(image.size(), CV_8UC1);
     }
     PaintMask(filled != 0 ? covered->runs : rim, inverted != 0 ? 0 : 255, inverted != 0 ? 255 : 0,

@@ -66,6 +66,21 @@ TEST(KeptMemory, IsAtMostSixteenMebibytes) {
   }
 }
 
+TEST(KeptMemory, CountsWithAllThatAMatrixHolds) {
+  const int many[] = {400, 400, 400};
+  cv::Mat cut(5000, 5000, CV_8UC1);
+  cut.resize(10);
+  cv::Mat part = cv::Mat(4000, 4000, CV_8UC3)(cv::Rect(5, 5, 100, 100));
+  cv::Mat small_part = cv::Mat(40, 40, CV_8UC3)(cv::Rect(5, 5, 10, 10));
+  for (cv::Mat* mat : {&cut, &part, &small_part}) {
+    TakeKept(KeptFor::kResult);
+    Keep(KeptFor::kResult, std::move(*mat));
+    EXPECT_EQ(TakenMemory(KeptFor::kResult), nullptr);
+  }
+  Keep(KeptFor::kResult, cv::Mat(3, many, CV_8UC1));
+  EXPECT_EQ(TakenMemory(KeptFor::kResult), nullptr);
+}
+
 TEST(KeptMemory, IsTheThreadsOwn) {
   const void* memory = KeepNew(KeptFor::kMask, {90, 60});
   const void* of_other = memory;

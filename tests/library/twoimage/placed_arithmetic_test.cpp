@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cmath>
+
 #include "KELRA/KelImageOperation.h"
 #include "every_instruction_set.h"
 #include "fake_settings.h"
@@ -230,6 +232,18 @@ TEST(PlacedArithmetic, TurnedProductsAndQuotientsDifferAt16Bits) {
   EXPECT_EQ(run(divide, CV_8UC1, around), 100);
   EXPECT_EQ(run(divide, CV_16UC1, inside), 230);
   EXPECT_EQ(run(divide, CV_16UC1, around), 100);
+}
+
+// OpenCV takes a scale next to 1 for 1, and then lets the products at the end of a row wrap.
+TEST(PlacedArithmetic, ATurnedProductSaturatesInEveryColumnForScalesNextTo1) {
+  KelImage image1(cv::Mat(600, 37, CV_16UC1, cv::Scalar(60000)));
+  KelImage image2(cv::Mat(600, 37, CV_16UC1, cv::Scalar(50000)));
+  for (const float scale : {std::nextafter(1.0F, 0.0F), 1.0F, std::nextafter(1.0F, 2.0F)}) {
+    KelImage result;
+    ASSERT_EQ(CallPlaced(kMethods[2], image1, image2, &result, {0, 0}, 360, {scale, 0}), STATUS_OK);
+    const cv::Mat inner = result.Mat()(cv::Rect(1, 1, 35, 598));
+    EXPECT_TRUE(SameImage(inner.clone(), cv::Mat(inner.size(), CV_16UC1, cv::Scalar(65535))));
+  }
 }
 
 TEST(PlacedArithmetic, StatusesInOrder) {

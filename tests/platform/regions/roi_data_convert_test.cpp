@@ -317,6 +317,7 @@ TEST(RoiRestore, WritesAroundAPartThatLiesInTheOutput) {
           cv::Mat part = out.Mat()(cover.box);
           const cv::Mat expected = PlainRestore(image, part.clone(), cover, masked != 0);
           cv::Mat written = out.Mat();
+          written.resize(0);
           ASSERT_EQ(converter.ROIImageRestore(image, part, region.roi, &written, masked), 0);
           EXPECT_EQ(written.data, out.Mat().data);
           EXPECT_TRUE(SameImage(written, expected)) << region.name;
@@ -325,6 +326,20 @@ TEST(RoiRestore, WritesAroundAPartThatLiesInTheOutput) {
       }
     }
   }
+}
+
+TEST(RoiRestore, LeavesAPartAloneThatLiesInAnOutputWithItsRows) {
+  KelROIDataConvert converter;
+  KelROI roi = KelROI::Circle({10, 8}, 6);
+  const Cover cover(roi, kSize);
+  cv::Mat image = RandomBytes(kSize, CV_8UC3, 3);
+  const cv::Mat whole = RandomBytes(kSize, CV_8UC3, 5);
+  const cv::Mat before = whole.clone();
+  cv::Mat part = whole(cover.box);
+  cv::Mat out = whole;
+  ASSERT_EQ(converter.ROIImageRestore(image, part, roi, &out, 1), 0);
+  EXPECT_TRUE(SameImage(out, PlainRestore(image, before(cover.box).clone(), cover, true)));
+  EXPECT_TRUE(SameImage(whole, before));
 }
 
 TEST(RoiRestore, UsesTheRowsThatAnOutputHasReserved) {
@@ -511,6 +526,20 @@ TEST(RoiMask, IsPaintedIntoRowsThatTheOutputHasReserved) {
     EXPECT_EQ(out.data, own.data);
     EXPECT_TRUE(SameImage(out, Cover(region.roi, kSize).grid)) << region.name;
   }
+}
+
+TEST(RoiMask, IsNotPaintedIntoRowsWithGaps) {
+  KelROIDataConvert converter;
+  KelROI roi = KelROI::Circle({10, 8}, 6);
+  cv::Mat image = RandomBytes(kSize, CV_8UC1, 4);
+  GuardedImage guarded(RandomBytes(kSize, CV_8UC1, 5), 7, 3);
+  const cv::Mat before = guarded.Mat().clone();
+  cv::Mat out = guarded.Mat();
+  out.resize(0);
+  ASSERT_EQ(converter.GenMaskImage(image, roi, &out, 1, 0), 0);
+  EXPECT_TRUE(SameImage(out, Cover(roi, kSize).grid));
+  EXPECT_TRUE(SameImage(guarded.Mat(), before));
+  EXPECT_TRUE(guarded.SurroundingsUntouched());
 }
 
 TEST(RoiMask, LeavesOtherOutputsAlone) {

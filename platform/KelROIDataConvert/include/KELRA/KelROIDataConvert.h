@@ -50,9 +50,9 @@ class KELROIDATACONVERT_API KelROIDataConvert {
   KelLong ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI& roi, cv::Mat* out, int masked);
 
   // Writes an 8-bit mask of the image's size: 255 inside the shape and 0 outside, the other way
-  // round with `inverted` not 0. It is painted into rows that an output of no rows has reserved
-  // apart from the image. With `filled` 0 only the shape's rim counts as inside: its pixels
-  // of which one of the four neighbours is not in the shape or not in the image.
+  // round with `inverted` not 0. It is painted into rows that an output of no rows has reserved,
+  // without gaps, apart from the image. With `filled` 0 only the shape's rim counts as inside: its
+  // pixels of which one of the four neighbours is not in the shape or not in the image.
   KelLong GenMaskImage(cv::Mat& image, KelROI& roi, cv::Mat* mask, int filled, int inverted);
 };
 
