@@ -152,15 +152,18 @@ TEST_P(StreamingRowKernels, CopyEveryByteAndNoOther) {
 
 template <class Sample>
 void CheckPainting(typename SampleKernels<Sample>::Paint paint, std::ptrdiff_t pitch) {
-  for (std::ptrdiff_t samples = 1; samples <= 200; ++samples) {
-    std::vector<std::uint8_t> expected = RandomBytes(9);
-    Sample* const pixels = At<Sample>(&expected, sizeof(Sample))[0];
-    for (std::ptrdiff_t i = 0; i < samples; i += pitch) {
-      pixels[i] = 99;
+  constexpr int kSampleBytes = sizeof(Sample);
+  for (const int offset : {0, kSampleBytes, 2 * kSampleBytes, 31 * kSampleBytes}) {
+    for (std::ptrdiff_t samples = 1; samples <= 680; samples += samples < 200 ? 1 : 16) {
+      std::vector<std::uint8_t> expected = RandomBytes(9);
+      Sample* const pixels = At<Sample>(&expected, offset)[0];
+      for (std::ptrdiff_t i = 0; i < samples; i += pitch) {
+        pixels[i] = 99;
+      }
+      std::vector<std::uint8_t> painted = RandomBytes(9);
+      paint(At<Sample>(&painted, offset)[0], samples, 99);
+      ASSERT_EQ(painted, expected) << samples << " samples, every " << pitch << ", at " << offset;
     }
-    std::vector<std::uint8_t> painted = RandomBytes(9);
-    paint(At<Sample>(&painted, sizeof(Sample))[0], samples, 99);
-    ASSERT_EQ(painted, expected) << samples << " samples, every " << pitch;
   }
 }
 
