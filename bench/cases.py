@@ -3,6 +3,7 @@ import collections
 import dataclasses
 import json
 import math
+import statistics
 import sys
 
 SIZES = ["64x64", "640x480", "1920x1080", "4096x3000"]
@@ -23,11 +24,22 @@ class Case:
     by_copy: float | None
     doubling: float | None  # the factor that twice the pixels cost
     row_kernels: bool
+    noise: bool  # both sides are the same code
+
+
+def median_of(cases):
+    """One case for the same one in several sittings."""
+    def median(field):
+        values = [getattr(case, field) for case in cases]
+        return None if None in values else statistics.median(values)
+
+    figures = ["microseconds", "by_opencv", "by_copy", "doubling"]
+    return dataclasses.replace(cases[0], **{field: median(field) for field in figures})
 
 
 def read(paths):
-    """The cases of all files, a later file's in place of an earlier one's, and the last file's machine."""
-    cases = {}
+    """The cases of all files, of those in several the medians, and the last file's machine."""
+    sittings = collections.defaultdict(list)
     for path in paths:
         with open(path, encoding="utf-8") as file:
             report = json.load(file)
@@ -35,11 +47,11 @@ def read(paths):
             if run.get("error_occurred"):
                 sys.exit(f"{run['name']}: {run['error_message']}")
             name = run["name"].split("/")[:5]
-            cases[tuple(name)] = Case(
+            sittings[tuple(name)].append(Case(
                 *name, microseconds=run["real_time"], by_opencv=run.get("by_opencv"),
                 by_copy=run.get("by_copy"), doubling=run.get("doubling"),
-                row_kernels=run.get("row_kernels") == 1)
-    return list(cases.values()), report["context"]
+                row_kernels=run.get("row_kernels") == 1, noise=run.get("noise") == 1))
+    return [median_of(cases) for cases in sittings.values()], report["context"]
 
 
 def grouped(cases, *fields):

@@ -12,6 +12,7 @@ int main(int argc, char** argv) {
   KELRA::bench::RegisterCreation();
   KELRA::bench::RegisterGeometry();
   KELRA::bench::RegisterHoleFilling();
+  KELRA::bench::RegisterNoise();
   KELRA::bench::RegisterPaste();
   KELRA::bench::RegisterPointOperations();
   KELRA::bench::RegisterStatistics();

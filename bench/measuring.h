@@ -25,10 +25,11 @@ int CallsPerBatch(const Side& side);
 // Seconds a call, in each round.
 using Rounds = std::vector<double>;
 
-// Calls the sides in turn, some milliseconds each, round after round: what slows the machine down
-// for longer than a round slows all of them. The first call of each is not timed.
+// Calls up to three sides in turn, some milliseconds each, round after round: what slows the
+// machine down for longer than a round slows all of them. The first call of a turn is not timed.
 std::vector<Rounds> TimeInTurn(const std::vector<Side>& sides);
 
+// The geometric mean of the two in the middle.
 double Median(Rounds values);
 // The median over the rounds of one side's time divided by another's.
 double MedianRatio(const Rounds& numerators, const Rounds& denominators);

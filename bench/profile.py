@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Says where the time of cases goes, by function.
 
-profile.py KELRA_BENCH BENCH_JSON PAGE [FILTER...]   writes PAGE; without a filter of the cases that
-                                                    BENCH_JSON found too slow, each operation's worst
+profile.py KELRA_BENCH RESULTS PAGE [FILTER...]   writes PAGE; without a filter of the cases that the
+                                                 files in RESULTS found too slow, each operation's worst
 """
 import collections
 import json
@@ -35,8 +35,8 @@ def literally(text):
 
 def too_slow(results):
     """Of each operation the case farthest from its target."""
-    cases, _ = read([results])
-    missed = [case for case in cases if case.doubling is None
+    cases, _ = read(sorted(pathlib.Path(results).glob("*.json")))
+    missed = [case for case in cases if case.doubling is None and not case.noise
               and (case.by_opencv > SLOW if case.size in SIZES
                    else case.microseconds > CALL_MICROSECONDS)]
     worst = [max(group, key=lambda case: case.by_opencv)

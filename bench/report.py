@@ -44,7 +44,20 @@ def print_table(cases):
 
 
 def compared(cases):
-    return [case for case in cases if case.size in SIZES and case.by_copy is not None]
+    return [case for case in cases
+            if case.size in SIZES and case.by_copy is not None and not case.noise]
+
+
+def calls(cases):
+    return [case for case in cases
+            if case.size not in SIZES and case.doubling is None and not case.noise]
+
+
+def noise(cases):
+    """By size the lowest and the highest ratio of code to itself."""
+    groups = grouped([case for case in cases if case.noise and case.size in SIZES], "size")
+    return {size: (min(case.by_opencv for case in group), max(case.by_opencv for case in group))
+            for (size,), group in groups.items()}
 
 
 def machine(context):
@@ -56,6 +69,10 @@ def machine(context):
             f"{context['onetbb']}.")
 
 
+def listed(some, text):
+    return "; ".join(text(one) for one in some)
+
+
 def summary(cases):
     compared_cases = compared(cases)
     slow = sorted((case for case in compared_cases if case.by_opencv > SLOW),
@@ -64,18 +81,20 @@ def summary(cases):
                if case.row_kernels and case.size == SIZES[-1] and case.region == "whole"
                and case.threads == "all-threads"]
     slow_kernels = [case for case in kernels if case.by_copy > NEAR_A_COPY]
-    calls = [case for case in cases if case.size not in SIZES and case.doubling is None]
-    slow_calls = [case for case in calls if case.microseconds > CALL_MICROSECONDS]
+    slow_calls = [case for case in calls(cases) if case.microseconds > CALL_MICROSECONDS]
     growing = [case for case in cases if case.doubling is not None]
     worst_growth = max(growing, key=lambda case: case.doubling)
 
-    def listed(some, text):
-        return "; ".join(f"{text(case)}" for case in some)
-
+    by_chance = noise(cases)
+    beyond_chance = [case for case in slow if case.by_opencv > by_chance[case.size][1]]
     lines = [
         f"- **{len(compared_cases)} cases** beside OpenCV: on geometric average "
         f"**{geometric_mean([case.by_opencv for case in compared_cases]):.2f}** of its time. "
-        f"{len(slow)} cases take more than {SLOW} of it.",
+        f"{len(slow)} cases take more than {SLOW} of it, {len(beyond_chance)} of them more than "
+        "by chance.",
+        "- **By chance** code takes of its own time: "
+        + listed(by_chance.items(), lambda item: f"{times(item[0])} {item[1][0]:.2f} to "
+                                                 f"{item[1][1]:.2f}") + ".",
         f"- **Row kernels** at {times(SIZES[-1])} on all cores: on average "
         f"{geometric_mean([case.by_copy for case in kernels]):.2f} of a copy's time; "
         f"{len(slow_kernels)} of {len(kernels)} cases take more than {NEAR_A_COPY}"
@@ -83,8 +102,8 @@ def summary(cases):
                                                     f"{case.by_copy:.2f}") if slow_kernels else "")
         + ".",
         f"- **A call** on the smallest image that it takes costs "
-        f"{statistics.median(case.microseconds for case in calls):.2f} µs in the median; "
-        f"{len(slow_calls)} of {len(calls)} cost more than {CALL_MICROSECONDS} µs"
+        f"{statistics.median(case.microseconds for case in calls(cases)):.2f} µs in the median; "
+        f"{len(slow_calls)} of {len(calls(cases))} cost more than {CALL_MICROSECONDS} µs"
         + (": " + listed(slow_calls, lambda case: f"{case.operation} {case.microseconds:.1f} µs")
            if slow_calls else "") + ".",
         f"- **Twice the pixels** take at most {worst_growth.doubling:.2f} times as long "
@@ -119,7 +138,7 @@ def call_table(cases):
     lines = ["| call | on | ours, µs | / OpenCV |", "|---|---|---:|---:|"]
     lines += [f"| {case.operation} | {times(case.size)} | {case.microseconds:.3f} "
               f"| {case.by_opencv:.2f} |"
-              for case in cases if case.size not in SIZES and case.doubling is None]
+              for case in calls(cases)]
     return lines
 
 

@@ -99,6 +99,7 @@ void Measure(benchmark::State& state, const Case& benchmark_case, cv::Size size,
       state.counters["by_copy"] = MedianRatio(times[0], times[2]);
     }
     state.counters["row_kernels"] = benchmark_case.work == Work::kRowKernels ? 1 : 0;
+    state.counters["noise"] = benchmark_case.work == Work::kNoise ? 1 : 0;
   }
   if (status != STATUS_OK) {
     state.SkipWithError(("status " + std::to_string(status)).c_str());

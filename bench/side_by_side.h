@@ -20,6 +20,7 @@ enum class Work {
   kRowKernels,  // the library's own row kernels: nearly as fast as a copy
   kOther,
   kCallOnly,  // touches a sample at most, so that neither image size nor a copy matters
+  kNoise,     // both sides are the same code: what a ratio differs from 1 by is chance
 };
 
 inline const std::vector<int> kAllTypes = {CV_8UC1, CV_8UC3, CV_16UC1, CV_16UC3};
@@ -103,6 +104,7 @@ void RegisterCreation();
 void RegisterDoubling();
 void RegisterGeometry();
 void RegisterHoleFilling();
+void RegisterNoise();
 void RegisterPaste();
 void RegisterPointOperations();
 void RegisterStatistics();
