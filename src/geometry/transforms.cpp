@@ -8,6 +8,8 @@
 #include "frame/call_log.h"
 #include "frame/checks.h"
 #include "frame/result_matrix.h"
+#include "frame/row_engine.h"
+#include "geometry/sampled_rows.h"
 
 namespace KELRA {
 namespace {
@@ -27,6 +29,22 @@ std::array<cv::Point2f, kCount> InSinglePrecision(const KelPointArray& points) {
     narrowed[i] = {static_cast<float>(point.x), static_cast<float>(point.y)};
   }
   return narrowed;
+}
+
+// cv::warpAffine with linear interpolation, 0 outside the image; usual images by our own kernels.
+void WarpAffine(const cv::Mat& input, const cv::Matx23d& forward, cv::Mat* result) {
+  if (!SampledRows::Take(input, forward, input.size())) {
+    cv::warpAffine(input, *result, forward, input.size(), cv::INTER_LINEAR, cv::BORDER_CONSTANT);
+    return;
+  }
+  const SampledRows sampled(input, forward, {{}, input.size()});
+  ForEachRowRange(result->rows, SampledRows::kBytesWorthAPixel * result->total(),
+                  [&](const RowRange& rows) {
+                    for (int row = rows.begin(); row < rows.end(); ++row) {
+                      const kernels::GridRow source = sampled.SourceOf(row);
+                      sampled.Write(source, sampled.Reached(source), 0, result->ptr(row));
+                    }
+                  });
 }
 
 }  // namespace
@@ -55,11 +73,11 @@ KelLong KelImageOperation::Affine(KelImage& src, KelImage* dst, KelPointArray& f
   KELRA_RETURN_IF_ERROR(CheckPointCounts(from, to, kAffinePoints));
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
   const cv::Mat& input = src.Mat();
-  const cv::Mat forward = cv::getAffineTransform(InSinglePrecision<kAffinePoints>(from).data(),
-                                                 InSinglePrecision<kAffinePoints>(to).data());
+  const cv::Matx23d forward = cv::getAffineTransform(InSinglePrecision<kAffinePoints>(from).data(),
+                                                     InSinglePrecision<kAffinePoints>(to).data());
   cv::Mat fresh;
   cv::Mat& result = ResultMatrixApart(input, dst, input.size(), input.type(), &fresh);
-  cv::warpAffine(input, result, forward, input.size(), cv::INTER_LINEAR, cv::BORDER_CONSTANT);
+  WarpAffine(input, forward, &result);
   AssignResult(result, dst);
   log.Exit();
   return STATUS_OK;

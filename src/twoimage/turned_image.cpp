@@ -8,7 +8,7 @@
 
 #include "frame/kernels/row_kernels.h"
 #include "frame/row_engine.h"
-#include "twoimage/column_search.h"
+#include "geometry/column_search.h"
 #include "twoimage/placement.h"
 
 namespace KELRA {

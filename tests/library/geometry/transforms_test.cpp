@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "KELRA/KelImageOperation.h"
+#include "fake_settings.h"
 #include "recorded_log.h"
 #include "test_images.h"
 
@@ -247,6 +248,36 @@ TEST_P(Warps, TakePointsThatDetermineNoMap) {
     EXPECT_EQ(Run(src, &dst, all_alike, GetParam().to), STATUS_OK);
     EXPECT_EQ(Run(src, &dst, GetParam().from, all_alike), STATUS_OK);
     EXPECT_EQ(dst.Mat().size(), src.Mat().size());
+  }
+}
+
+TEST_P(Warps, AreThoseOfOpenCvHoweverFarThePointsLie) {
+  const WarpMethod& method = GetParam();
+  for (const double scale : {1e-30, 1e-6, 1e-3, 1e3, 1e6, 1e9, 1e30, kNaN}) {
+    KelPointArray far;
+    for (int i = 0; i < method.to.Length(); ++i) {
+      far.Append({method.to[i].x * scale, method.to[i].y * scale});
+    }
+    for (const int type : kelra_test::kPixelTypes) {
+      KelImage src(RandomImage(33, 47, type));
+      KelImage dst;
+      ASSERT_EQ(Run(src, &dst, method.from, far), STATUS_OK);
+      EXPECT_TRUE(SameImage(dst.Mat(), method.bare(src.Mat(), method.from, far))) << scale;
+      ASSERT_EQ(Run(src, &dst, far, method.to), STATUS_OK);
+      EXPECT_TRUE(SameImage(dst.Mat(), method.bare(src.Mat(), far, method.to))) << scale;
+    }
+  }
+}
+
+TEST_P(Warps, GiveTheSameBytesUnderEveryParallelSetting) {
+  const WarpMethod& method = GetParam();
+  KelImage src(RandomImage(700, 900, CV_16UC3));
+  const cv::Mat expected = method.bare(src.Mat(), method.from, method.to);
+  for (const int parallel : kelra_test::ParallelSettingsFor(src.Height())) {
+    const kelra_test::ScopedSettings settings({.parallel = parallel});
+    KelImage dst;
+    ASSERT_EQ(Run(src, &dst, method.from, method.to), STATUS_OK);
+    EXPECT_TRUE(SameImage(dst.Mat(), expected)) << parallel;
   }
 }
 
