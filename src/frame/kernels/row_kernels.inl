@@ -808,9 +808,12 @@ void Means(Rows<float> sums, Rows<Sample> dst, const Extent& extent, float facto
   WalkBlocksOnly(Nearest<Sample>{}, extent, dst, RowsPerSample<Sample>{sums});
 }
 
-#include "frame/kernels/reduction_kernels.inl"
-
+#include "frame/kernels/bilinear_rows.inl"
+#include "frame/kernels/depth_conversion.inl"
+#include "frame/kernels/grid_sampling.inl"
+#include "frame/kernels/mask_bits.inl"
 #include "frame/kernels/painting_kernels.inl"
+#include "frame/kernels/reduction_kernels.inl"
 
 template <class Sample>
 inline constexpr SampleKernels<Sample> kSampleKernels = {
@@ -857,3 +860,12 @@ inline constexpr SampleKernels<Sample> kSampleKernels = {
     .fill = Fill<Sample>,
     .set_thirds = SetThirds<Sample>,
 };
+
+constexpr RowKernels KernelsNamed(const char* instruction_set) {
+  return {instruction_set,
+          kSampleKernels<std::uint8_t>,
+          kSampleKernels<std::uint16_t>,
+          kDepthConversions,
+          BitsOfMask,
+          StreamBytesOfRows};
+}

@@ -1,11 +1,3 @@
-#include <immintrin.h>
-
-#include <bit>
-#include <cmath>
-#include <cstring>
-#include <type_traits>
-
-#include "frame/kernels/row_kernels.h"
 #include "frame/kernels/target_region.h"
 
 KELRA_BEGIN_TARGET("avx2,fma")
@@ -13,22 +5,9 @@ namespace KELRA::kernels::avx2 {
 
 #include "frame/kernels/vector_avx2.inl"
 
-#include "frame/kernels/bilinear_rows.inl"
-
-#include "frame/kernels/grid_sampling.inl"
-
 #include "frame/kernels/row_kernels.inl"
 
-#include "frame/kernels/depth_conversion.inl"
-
-#include "frame/kernels/mask_bits.inl"
-
-const RowKernels kRowKernels = {"AVX2",
-                                kSampleKernels<std::uint8_t>,
-                                kSampleKernels<std::uint16_t>,
-                                kDepthConversions,
-                                BitsOfMask,
-                                StreamBytesOfRows};
+const RowKernels kRowKernels = KernelsNamed("AVX2");
 
 }  // namespace KELRA::kernels::avx2
 KELRA_END_TARGET

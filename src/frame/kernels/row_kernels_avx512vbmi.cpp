@@ -1,37 +1,13 @@
-#include <immintrin.h>
-
-#include <bit>
-#include <cmath>
-#include <cstring>
-#include <type_traits>
-
-#include "frame/kernels/row_kernels.h"
 #include "frame/kernels/target_region.h"
 
 KELRA_BEGIN_TARGET("avx512f,avx512bw,avx512vl,avx512vbmi")
 namespace KELRA::kernels::avx512vbmi {
 
-#include "frame/kernels/vector_avx512.inl"
-
-#include "frame/kernels/byte_table_avx512vbmi.inl"
-#define KELRA_HAS_BYTE_TABLE
-
-#include "frame/kernels/bilinear_rows.inl"
-
-#include "frame/kernels/grid_sampling.inl"
+#include "frame/kernels/vector_avx512vbmi.inl"
 
 #include "frame/kernels/row_kernels.inl"
 
-#include "frame/kernels/depth_conversion.inl"
-
-#include "frame/kernels/mask_bits.inl"
-
-const RowKernels kRowKernels = {"AVX-512 VBMI",
-                                kSampleKernels<std::uint8_t>,
-                                kSampleKernels<std::uint16_t>,
-                                kDepthConversions,
-                                BitsOfMask,
-                                StreamBytesOfRows};
+const RowKernels kRowKernels = KernelsNamed("AVX-512 VBMI");
 
 }  // namespace KELRA::kernels::avx512vbmi
 KELRA_END_TARGET

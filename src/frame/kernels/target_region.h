@@ -1,7 +1,17 @@
 // Code between KELRA_BEGIN_TARGET("avx2") and KELRA_END_TARGET is compiled for that instruction
 // set; all else stays runnable everywhere. Headers are included before the region, so that no
-// function that other translation units share is compiled for it.
+// function that other translation units share is compiled for it: here stand those of the vector
+// operations and the row kernels.
 #pragma once
+
+#include <immintrin.h>
+
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <type_traits>
+
+#include "frame/kernels/row_kernels.h"
 
 #define KELRA_PRAGMA(text) _Pragma(#text)
 
