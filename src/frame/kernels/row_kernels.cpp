@@ -40,6 +40,8 @@ bool HasAvx512() {
   return SystemSaves(0xE6) && (features & kFoundationBytesAndLengths) == kFoundationBytesAndLengths;
 }
 
+bool HasAvx512Vbmi() { return HasAvx512() && (Query(7).ecx & (1 << 1)) != 0; }
+
 #else
 
 // With fused multiply-add.
