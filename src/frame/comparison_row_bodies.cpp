@@ -17,23 +17,23 @@ template <class Sample>
 MarkedByImage<Sample>::MarkedByImage(cv::Mat* output, const cv::Mat& input, const cv::Mat& second,
                                      kernels::Relation relation, int mark)
     : output_(output),
-      input_(HeaderOf(input)),
-      second_(HeaderOf(second)),
+      input_(&input),
+      second_(&second),
       relation_(relation),
       mark_(static_cast<Sample>(mark)) {}
 
 template <class Sample>
 void MarkedByImage<Sample>::operator()(const RowRange& rows) const {
   kernels::ActiveRowKernels().For<Sample>().mark_by_image[relation_](
-      RowsOf<const Sample>(input_, rows), RowsOf<const Sample>(second_, rows),
-      RowsOf<Sample>(*output_, rows), ExtentOf(rows, *output_, input_, second_), mark_);
+      RowsOf<const Sample>(*input_, rows), RowsOf<const Sample>(*second_, rows),
+      RowsOf<Sample>(*output_, rows), ExtentOf(rows, *output_, *input_, *second_), mark_);
 }
 
 template <class Sample>
 MarkedByConstant<Sample>::MarkedByConstant(cv::Mat* output, const cv::Mat& input,
                                            kernels::Relation relation, int constant, int mark)
     : output_(output),
-      input_(HeaderOf(input)),
+      input_(&input),
       relation_(relation),
       constant_(static_cast<Sample>(constant)),
       mark_(static_cast<Sample>(mark)) {}
@@ -41,8 +41,8 @@ MarkedByConstant<Sample>::MarkedByConstant(cv::Mat* output, const cv::Mat& input
 template <class Sample>
 void MarkedByConstant<Sample>::operator()(const RowRange& rows) const {
   kernels::ActiveRowKernels().For<Sample>().mark_by_constant[relation_](
-      RowsOf<const Sample>(input_, rows), RowsOf<Sample>(*output_, rows),
-      ExtentOf(rows, *output_, input_), constant_, mark_);
+      RowsOf<const Sample>(*input_, rows), RowsOf<Sample>(*output_, rows),
+      ExtentOf(rows, *output_, *input_), constant_, mark_);
 }
 
 template class MarkedByImage<std::uint8_t>;

@@ -22,8 +22,8 @@ class MarkedByImage {
 
  private:
   cv::Mat* output_;
-  cv::Mat input_;
-  cv::Mat second_;
+  const cv::Mat* input_;
+  const cv::Mat* second_;
   kernels::Relation relation_;
   Sample mark_;
 };
@@ -38,7 +38,7 @@ class MarkedByConstant {
 
  private:
   cv::Mat* output_;
-  cv::Mat input_;
+  const cv::Mat* input_;
   kernels::Relation relation_;
   Sample constant_;
   Sample mark_;

@@ -43,8 +43,8 @@ MaskedScaleAndOffset<Sample, Channels>::MaskedScaleAndOffset(cv::Mat* output, co
                                                              int columns, double scale,
                                                              double offset)
     : output_(output),
-      input_(HeaderOf(input)),
-      mask_(HeaderOf(mask)),
+      input_(&input),
+      mask_(&mask),
       rows_(std::min({rows, input.rows, mask.rows})),
       columns_(columns),
       scale_(scale),
@@ -56,10 +56,10 @@ void MaskedScaleAndOffset<Sample, Channels>::operator()(const RowRange& rows) co
   const auto kernel = Channels == 1 ? kernels.in_double : kernels.in_double_rounded;
   const int end = std::min(rows.end(), rows_);
   for (int row = rows.begin(); row < end; ++row) {
-    const Sample* src = input_.ptr<Sample>(row);
+    const Sample* src = input_->ptr<Sample>(row);
     Sample* dst = output_->ptr<Sample>(row);
     ForEachRun(
-        mask_.ptr<std::uint8_t>(row), columns_,
+        mask_->ptr<std::uint8_t>(row), columns_,
         [&](std::ptrdiff_t column, std::ptrdiff_t length) {
           const std::ptrdiff_t first = column * Channels;
           kernel(src + first, dst + first, length * Channels, scale_, offset_);
@@ -73,9 +73,9 @@ MaskedSumOrSecond<Sample, Channels>::MaskedSumOrSecond(cv::Mat* output, const cv
                                                        const cv::Mat& second, const cv::Mat& mask,
                                                        int rows, int columns, double constant)
     : output_(output),
-      input_(HeaderOf(input)),
-      second_(HeaderOf(second)),
-      mask_(HeaderOf(mask)),
+      input_(&input),
+      second_(&second),
+      mask_(&mask),
       rows_(std::min({rows, input.rows, mask.rows})),
       columns_(columns),
       constant_(constant) {}
@@ -85,11 +85,11 @@ void MaskedSumOrSecond<Sample, Channels>::operator()(const RowRange& rows) const
   const auto kernel = kernels::ActiveRowKernels().For<Sample>().in_double;
   const int end = std::min(rows.end(), rows_);
   for (int row = rows.begin(); row < end; ++row) {
-    const Sample* src = input_.ptr<Sample>(row);
-    const Sample* second = second_.ptr<Sample>(row);
+    const Sample* src = input_->ptr<Sample>(row);
+    const Sample* second = second_->ptr<Sample>(row);
     Sample* dst = output_->ptr<Sample>(row);
     ForEachRun(
-        mask_.ptr<std::uint8_t>(row), columns_,
+        mask_->ptr<std::uint8_t>(row), columns_,
         [&](std::ptrdiff_t column, std::ptrdiff_t length) {
           const std::ptrdiff_t first = column * Channels;
           kernel(src + first, dst + first, length * Channels, 1, constant_);

@@ -22,8 +22,8 @@ class MaskedScaleAndOffset {
 
  private:
   cv::Mat* output_;
-  cv::Mat input_;
-  cv::Mat mask_;
+  const cv::Mat* input_;
+  const cv::Mat* mask_;
   int rows_;
   int columns_;
   double scale_;
@@ -41,9 +41,9 @@ class MaskedSumOrSecond {
 
  private:
   cv::Mat* output_;
-  cv::Mat input_;
-  cv::Mat second_;
-  cv::Mat mask_;
+  const cv::Mat* input_;
+  const cv::Mat* second_;
+  const cv::Mat* mask_;
   int rows_;
   int columns_;
   double constant_;

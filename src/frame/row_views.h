@@ -9,13 +9,7 @@
 
 namespace KELRA::tbbup {
 
-// A header that does not count as a reference: the launcher's caller holds the pixels while the
-// body lives.
-inline cv::Mat HeaderOf(const cv::Mat& mat) {
-  return cv::Mat(mat.rows, mat.cols, mat.type(), mat.data, mat.step[0]);
-}
-
-// The same of some rows.
+// A header of some rows that does not count as a reference to the pixels.
 inline cv::Mat HeaderOfRows(const cv::Mat& mat, const RowRange& rows) {
   return cv::Mat(static_cast<int>(rows.size()), mat.cols, mat.type(),
                  mat.data + mat.step[0] * static_cast<std::size_t>(rows.begin()), mat.step[0]);
