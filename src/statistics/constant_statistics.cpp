@@ -75,13 +75,19 @@ Status MaximumOrMinimum(const KelImage& src, KelImage* dst, const LogLines& line
   return STATUS_OK;
 }
 
-Status MeanOrDifference(const KelImage& src, KelImage* dst, const LogLines& lines,
-                        kernels::Combination operation, int value) {
-  CallLog log(lines);
-  KELRA_RETURN_IF_ERROR(CheckPixelWork(src, value));
-  CombineWithConstant(src, dst, operation, value);
-  log.Exit();
-  return STATUS_OK;
+Status MeanOrDifference(const FramePolicy& policy, const LogLines& work_lines, KelImage& src,
+                        KelROI& roi, KelImage* dst, kernels::Combination operation, int value) {
+  CallFrame frame(policy);
+  KELRA_RETURN_IF_ERROR(CheckNotEmpty(src));
+  KELRA_RETURN_IF_ERROR(CheckBitDepth(src));
+  KELRA_RETURN_IF_ERROR(CheckRegionKind(roi));
+  return frame.Run(src, roi, dst, [&](const KelImage& in, KelImage* out) -> Status {
+    CallLog log(work_lines);
+    KELRA_RETURN_IF_ERROR(CheckPixelWork(in, value));
+    CombineWithConstant(in, out, operation, value);
+    log.Exit();
+    return STATUS_OK;
+  });
 }
 
 }  // namespace
@@ -108,24 +114,13 @@ KelLong KelImageOperation::PixelMinConst(KelImage& src, KelROI& roi, KelImage* d
 }
 
 KelLong KelImageOperation::PixelAverageConst(KelImage& src, KelROI& roi, KelImage* dst, int value) {
-  CallFrame frame(kPixelAverageConst);
-  KELRA_RETURN_IF_ERROR(CheckNotEmpty(src));
-  KELRA_RETURN_IF_ERROR(CheckBitDepth(src));
-  KELRA_RETURN_IF_ERROR(CheckRegionKind(roi));
-  return frame.Run(src, roi, dst, [&](const KelImage& in, KelImage* out) {
-    return MeanOrDifference(in, out, log_lines::kPixelAverageConstWork, kernels::kMean, value);
-  });
+  return MeanOrDifference(kPixelAverageConst, log_lines::kPixelAverageConstWork, src, roi, dst,
+                          kernels::kMean, value);
 }
 
 KelLong KelImageOperation::DifferenceConst(KelImage& src, KelROI& roi, KelImage* dst, int value) {
-  CallFrame frame(kDifferenceConst);
-  KELRA_RETURN_IF_ERROR(CheckNotEmpty(src));
-  KELRA_RETURN_IF_ERROR(CheckBitDepth(src));
-  KELRA_RETURN_IF_ERROR(CheckRegionKind(roi));
-  return frame.Run(src, roi, dst, [&](const KelImage& in, KelImage* out) {
-    return MeanOrDifference(in, out, log_lines::kDifferenceConstWork, kernels::kAbsoluteDifference,
-                            value);
-  });
+  return MeanOrDifference(kDifferenceConst, log_lines::kDifferenceConstWork, src, roi, dst,
+                          kernels::kAbsoluteDifference, value);
 }
 
 }  // namespace KELRA
