@@ -6,6 +6,8 @@
 #include <limits>
 #include <memory>
 #include <numeric>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "arithmetic.h"
@@ -84,6 +86,36 @@ cv::Mat WithImage(int code, const cv::Mat& input, const cv::Mat& second, LinearC
   cv::Mat output(input.size(), input.type(), cv::Scalar::all(77));
   RunWithImage(code, &output, input, second, linear, RowRange(0, input.rows));
   return output;
+}
+
+std::string Describe(const cv::Mat& input, int code, LinearCase linear) {
+  std::ostringstream text;
+  text << ", " << TypeName(input.type()) << ", operation " << code << ", scale " << linear.scale
+       << ", offset " << linear.offset;
+  return text.str();
+}
+
+testing::AssertionResult ConstantAgrees(Operation operation, const cv::Mat& input, int constant,
+                                        LinearCase linear) {
+  testing::AssertionResult same =
+      SameImage(WithConstant(operation, input, constant, linear),
+                kelra_reference::ArithmeticWithConstant(operation, input, constant, linear.scale,
+                                                        linear.offset));
+  if (!same) {
+    same << Describe(input, operation, linear) << ", constant " << constant;
+  }
+  return same;
+}
+
+testing::AssertionResult ImageAgrees(Operation operation, const cv::Mat& input,
+                                     const cv::Mat& second, LinearCase linear) {
+  testing::AssertionResult same = SameImage(
+      WithImage(operation, input, second, linear),
+      kelra_reference::ArithmeticWithImage(operation, input, second, linear.scale, linear.offset));
+  if (!same) {
+    same << Describe(input, operation, linear);
+  }
+  return same;
 }
 
 std::vector<int> Widths() {
@@ -222,17 +254,9 @@ TEST_P(RowBodies, EveryScaleAndOffset) {
     for (const LinearCase linear : kelra_test::LinearCases()) {
       for (const Operation operation : kOperations) {
         for (const int constant : ConstantsOf(type)) {
-          ASSERT_TRUE(SameImage(WithConstant(operation, input, constant, linear),
-                                kelra_reference::ArithmeticWithConstant(
-                                    operation, input, constant, linear.scale, linear.offset)))
-              << TypeName(type) << ", operation " << operation << ", constant " << constant
-              << ", scale " << linear.scale << ", offset " << linear.offset;
+          ASSERT_TRUE(ConstantAgrees(operation, input, constant, linear));
         }
-        ASSERT_TRUE(SameImage(WithImage(operation, input, second, linear),
-                              kelra_reference::ArithmeticWithImage(operation, input, second,
-                                                                   linear.scale, linear.offset)))
-            << TypeName(type) << ", operation " << operation << ", scale " << linear.scale
-            << ", offset " << linear.offset;
+        ASSERT_TRUE(ImageAgrees(operation, input, second, linear));
       }
     }
   }
@@ -263,11 +287,7 @@ TEST_P(RowBodies, All8BitSamplesWithAllConstants) {
       for (int constant = operation == kelra_reference::kDivide ? 1 : 0; constant < 256;
            ++constant) {
         for (const cv::Mat& input : {blocks, tails}) {
-          ASSERT_TRUE(SameImage(WithConstant(operation, input, constant, linear),
-                                kelra_reference::ArithmeticWithConstant(
-                                    operation, input, constant, linear.scale, linear.offset)))
-              << "operation " << operation << ", constant " << constant << ", scale "
-              << linear.scale << ", offset " << linear.offset;
+          ASSERT_TRUE(ConstantAgrees(operation, input, constant, linear));
         }
       }
     }
@@ -281,17 +301,8 @@ TEST_P(RowBodies, All8BitPairsOfSamples) {
   const cv::Mat second_as_tails = second.clone().reshape(1, 256 * 256);
   for (const LinearCase linear : kExhaustiveCases) {
     for (const Operation operation : kOperations) {
-      EXPECT_TRUE(SameImage(WithImage(operation, first, second, linear),
-                            kelra_reference::ArithmeticWithImage(operation, first, second,
-                                                                 linear.scale, linear.offset)))
-          << "operation " << operation << ", scale " << linear.scale << ", offset "
-          << linear.offset;
-      EXPECT_TRUE(
-          SameImage(WithImage(operation, first_as_tails, second_as_tails, linear),
-                    kelra_reference::ArithmeticWithImage(operation, first_as_tails, second_as_tails,
-                                                         linear.scale, linear.offset)))
-          << "tails, operation " << operation << ", scale " << linear.scale << ", offset "
-          << linear.offset;
+      EXPECT_TRUE(ImageAgrees(operation, first, second, linear));
+      EXPECT_TRUE(ImageAgrees(operation, first_as_tails, second_as_tails, linear)) << ", tails";
     }
   }
 }
@@ -311,11 +322,7 @@ TEST_P(RowBodies, All16BitSamples) {
     for (const Operation operation : kOperations) {
       for (const int constant : {1, 3, 255, 257, 40000, 65535}) {
         for (const cv::Mat& input : {blocks, tails}) {
-          ASSERT_TRUE(SameImage(WithConstant(operation, input, constant, linear),
-                                kelra_reference::ArithmeticWithConstant(
-                                    operation, input, constant, linear.scale, linear.offset)))
-              << "operation " << operation << ", constant " << constant << ", scale "
-              << linear.scale << ", offset " << linear.offset;
+          ASSERT_TRUE(ConstantAgrees(operation, input, constant, linear));
         }
       }
     }
@@ -328,16 +335,8 @@ TEST_P(RowBodies, LargeImages) {
     const cv::Mat second = RandomImage(101, 203, type, 12);
     for (const LinearCase linear : kelra_test::UsualLinearCases()) {
       for (const Operation operation : kOperations) {
-        EXPECT_TRUE(SameImage(WithConstant(operation, first, 7, linear),
-                              kelra_reference::ArithmeticWithConstant(operation, first, 7,
-                                                                      linear.scale, linear.offset)))
-            << TypeName(type) << ", operation " << operation << ", scale " << linear.scale
-            << ", offset " << linear.offset;
-        EXPECT_TRUE(SameImage(WithImage(operation, first, second, linear),
-                              kelra_reference::ArithmeticWithImage(operation, first, second,
-                                                                   linear.scale, linear.offset)))
-            << TypeName(type) << ", operation " << operation << ", scale " << linear.scale
-            << ", offset " << linear.offset;
+        EXPECT_TRUE(ConstantAgrees(operation, first, 7, linear));
+        EXPECT_TRUE(ImageAgrees(operation, first, second, linear));
       }
     }
   }
@@ -349,11 +348,7 @@ TEST_P(RowBodies, EveryScaleAndOffsetOverLarge8BitImages) {
   const cv::Mat input = RandomImage(5, 513, CV_8UC1, 3);
   for (const LinearCase linear : kelra_test::LinearCases()) {
     for (const Operation operation : kOperations) {
-      ASSERT_TRUE(SameImage(WithConstant(operation, input, 7, linear),
-                            kelra_reference::ArithmeticWithConstant(operation, input, 7,
-                                                                    linear.scale, linear.offset)))
-          << "operation " << operation << ", scale " << linear.scale << ", offset "
-          << linear.offset;
+      ASSERT_TRUE(ConstantAgrees(operation, input, 7, linear));
     }
   }
 }
@@ -371,17 +366,11 @@ TEST_P(RowBodies, QuotientsAreRoundedToSinglePrecision) {
     const float quotient = static_cast<float>(middle) / static_cast<float>(constant);
     const float scale = std::ldexp(1.0F, 23 - std::ilogb(quotient));
     const LinearCase linear{scale, 32768.0F - quotient * scale};
-    ASSERT_TRUE(
-        SameImage(WithConstant(kelra_reference::kDivide, input, constant, linear),
-                  kelra_reference::ArithmeticWithConstant(kelra_reference::kDivide, input, constant,
-                                                          linear.scale, linear.offset)))
-        << "constant " << constant << ", around " << middle;
+    ASSERT_TRUE(ConstantAgrees(kelra_reference::kDivide, input, constant, linear))
+        << ", around " << middle;
     const cv::Mat constants(input.size(), CV_16UC1, cv::Scalar(constant));
-    ASSERT_TRUE(
-        SameImage(WithImage(kelra_reference::kDivide, input, constants, linear),
-                  kelra_reference::ArithmeticWithImage(kelra_reference::kDivide, input, constants,
-                                                       linear.scale, linear.offset)))
-        << "constant " << constant << ", around " << middle;
+    ASSERT_TRUE(ImageAgrees(kelra_reference::kDivide, input, constants, linear))
+        << ", around " << middle;
   }
 }
 
@@ -409,12 +398,10 @@ TEST_P(RowBodies, ValuesThatAreNotFinite) {
       for (const Operation operation : kOperations) {
         const cv::Mat& expected = c.largest ? largest : zeros;
         EXPECT_TRUE(SameImage(WithConstant(operation, input, 2, c.linear), expected))
-            << TypeName(type) << ", operation " << operation << ", scale " << c.linear.scale
-            << ", offset " << c.linear.offset;
+            << Describe(input, operation, c.linear);
         const cv::Mat twos(input.size(), type, cv::Scalar::all(2));
         EXPECT_TRUE(SameImage(WithImage(operation, input, twos, c.linear), expected))
-            << TypeName(type) << ", operation " << operation << ", scale " << c.linear.scale
-            << ", offset " << c.linear.offset;
+            << Describe(input, operation, c.linear);
       }
     }
   }

@@ -12,8 +12,6 @@ namespace {
 
 using kelra_test::GuardedImage;
 using kelra_test::LogRecord;
-using kelra_test::PlacedCall;
-using kelra_test::PlacedFault;
 using kelra_test::PlacedGeometry;
 using kelra_test::RandomImage;
 using kelra_test::RecordedLog;
@@ -126,26 +124,8 @@ TEST(PlacedBitwise, TheSurroundingsOfATurnedImageKeepTheFirst) {
 }
 
 TEST(PlacedBitwise, StatusesInOrder) {
-  std::vector<PlacedFault> faults = {
-      {"depth", ERR_BIT_DEPTH, [](PlacedCall& c) { c.depth1 = c.depth2 = CV_32F; }},
-      {"mismatch", ERR_DEPTH_MISMATCH, [](PlacedCall& c) { c.depth2 = CV_16U; }},
-      {"first empty", ERR_IMAGE_EMPTY,
-       [](PlacedCall& c) {
-         c.size1 = {0, 5};
-       }},
-      {"second empty", ERR_IMAGE_EMPTY,
-       [](PlacedCall& c) {
-         c.size2 = {7, 0};
-       }},
-      {"first channels", ERR_CHANNEL_COUNT, [](PlacedCall& c) { c.channels1 = 2; }},
-      {"second channels", ERR_CHANNEL_COUNT, [](PlacedCall& c) { c.channels2 = 4; }},
-  };
-  for (PlacedFault& fault : kelra_test::ParameterFaults()) {
-    faults.push_back(std::move(fault));
-  }
   for (const Method& method : kMethods) {
     kelra_test::ExpectStatusesInOrder(
-        faults,
         [&](KelImage& image1, KelImage& image2, KelImage* result, KelPoint& position,
             double angle) { return CallPlaced(method, image1, image2, result, position, angle); });
   }

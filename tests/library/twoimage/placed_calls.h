@@ -40,10 +40,17 @@ struct PlacedFault {
   std::function<void(PlacedCall&)> apply;
 };
 
-// The faults of scalar parameters and of the output, in the order in which they are checked.
-inline std::vector<PlacedFault> ParameterFaults() {
+// What can be wrong, in the order in which it is checked.
+inline std::vector<PlacedFault> PlacedFaults() {
   using Limits = std::numeric_limits<double>;
-  std::vector<PlacedFault> faults;
+  std::vector<PlacedFault> faults = {
+      {"depth", KELRA::ERR_BIT_DEPTH, [](PlacedCall& c) { c.depth1 = c.depth2 = CV_32F; }},
+      {"mismatch", KELRA::ERR_DEPTH_MISMATCH, [](PlacedCall& c) { c.depth2 = CV_16U; }},
+      {"first empty", KELRA::ERR_IMAGE_EMPTY, [](PlacedCall& c) { c.size1.width = 0; }},
+      {"second empty", KELRA::ERR_IMAGE_EMPTY, [](PlacedCall& c) { c.size2.height = 0; }},
+      {"first channels", KELRA::ERR_CHANNEL_COUNT, [](PlacedCall& c) { c.channels1 = 2; }},
+      {"second channels", KELRA::ERR_CHANNEL_COUNT, [](PlacedCall& c) { c.channels2 = 4; }},
+  };
   for (const double x : {-0.001, -1.0, 7.0, 8.0, 1e300, -1e300, Limits::infinity(),
                          -Limits::infinity(), Limits::quiet_NaN()}) {
     faults.push_back({"x", KELRA::ERR_PARAM_1, [x](PlacedCall& call) { call.position.x = x; }});
@@ -66,7 +73,8 @@ using RunPlaced =
                                  KELRA::KelImage* result, KELRA::KelPoint& position, double angle)>;
 
 // Each fault alone, and before every later one, gives its status and leaves the output alone.
-inline void ExpectStatusesInOrder(const std::vector<PlacedFault>& faults, const RunPlaced& run) {
+inline void ExpectStatusesInOrder(const RunPlaced& run) {
+  const std::vector<PlacedFault> faults = PlacedFaults();
   const cv::Mat before = RandomImage(3, 4, CV_16UC3);
   for (std::size_t i = 0; i < faults.size(); ++i) {
     for (std::size_t j = i; j < faults.size(); ++j) {

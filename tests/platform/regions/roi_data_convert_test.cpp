@@ -136,6 +136,19 @@ struct Layout {
 };
 constexpr Layout kLayouts[] = {{0, 0}, {24, 64}};  // in bytes; whole samples of every depth
 
+using RegionCheck = std::function<void(int type, Layout layout, KelROI& roi, const Cover& cover)>;
+
+void ForEveryTypeLayoutAndRegion(const RegionCheck& check) {
+  for (const int type : kTypes) {
+    for (const Layout layout : kLayouts) {
+      for (NamedRegion& region : Regions()) {
+        SCOPED_TRACE(region.name + ", " + TypeName(type));
+        check(type, layout, region.roi, Cover(region.roi, kSize));
+      }
+    }
+  }
+}
+
 // Whether the matrix lies in its own memory, from the first byte to the last.
 bool OwnsItsPixels(const cv::Mat& mat) {
   return mat.u != nullptr && mat.u->refcount == 1 && mat.isContinuous() && !mat.isSubmatrix();
@@ -143,26 +156,20 @@ bool OwnsItsPixels(const cv::Mat& mat) {
 
 TEST(RoiExtraction, CutsTheBoxAndFillsBesideTheShape) {
   KelROIDataConvert converter;
-  for (const int type : kTypes) {
-    for (const Layout layout : kLayouts) {
-      GuardedImage image(RandomBytes(kSize, type, 3), layout.gap, layout.margin);
-      const cv::Mat before = image.Mat().clone();
-      for (NamedRegion& region : Regions()) {
-        SCOPED_TRACE(region.name + ", " + TypeName(type));
-        const Cover cover(region.roi, kSize);
-        for (const int clip : {0, 1}) {
-          for (const double fill : {0.0, 77.0}) {
-            cv::Mat out;
-            ASSERT_EQ(converter.ROIImageExtraction(image.Mat(), region.roi, &out, clip, fill), 0);
-            EXPECT_TRUE(SameImage(out, PlainExtraction(before, cover, clip != 0, fill)));
-            EXPECT_TRUE(OwnsItsPixels(out));
-          }
-        }
+  ForEveryTypeLayoutAndRegion([&](int type, Layout layout, KelROI& roi, const Cover& cover) {
+    GuardedImage image(RandomBytes(kSize, type, 3), layout.gap, layout.margin);
+    const cv::Mat before = image.Mat().clone();
+    for (const int clip : {0, 1}) {
+      for (const double fill : {0.0, 77.0}) {
+        cv::Mat out;
+        ASSERT_EQ(converter.ROIImageExtraction(image.Mat(), roi, &out, clip, fill), 0);
+        EXPECT_TRUE(SameImage(out, PlainExtraction(before, cover, clip != 0, fill)));
+        EXPECT_TRUE(OwnsItsPixels(out));
       }
-      EXPECT_TRUE(SameImage(image.Mat(), before));
-      EXPECT_TRUE(image.SurroundingsUntouched());
     }
-  }
+    EXPECT_TRUE(SameImage(image.Mat(), before));
+    EXPECT_TRUE(image.SurroundingsUntouched());
+  });
 }
 
 TEST(RoiExtraction, FillIsCutToTheDepth) {
@@ -223,21 +230,16 @@ TEST(RoiExtraction, OutputMayBeTheInputOrShareItsMemory) {
 
 TEST(RoiExtraction, AnOutputThatHoldsNoRowsOfTheImageBecomesAPartOfIt) {
   KelROIDataConvert converter;
-  for (const int type : kTypes) {
-    for (const Layout layout : kLayouts) {
-      GuardedImage guarded(RandomBytes(kSize, type, 3), layout.gap, layout.margin);
-      cv::Mat image = guarded.Mat();
-      const cv::Mat before = image.clone();
-      for (NamedRegion& region : Regions()) {
-        const cv::Rect box = Cover(region.roi, kSize).box;
-        cv::Mat part(0, image.cols, type, image.data, image.step[0]);
-        ASSERT_EQ(converter.ROIImageExtraction(image, region.roi, &part, 1, 9), 0) << region.name;
-        EXPECT_EQ(part.data, image(box).data);
-        EXPECT_EQ(part.size(), box.size());
-        EXPECT_TRUE(SameImage(image, before));
-      }
-    }
-  }
+  ForEveryTypeLayoutAndRegion([&](int type, Layout layout, KelROI& roi, const Cover& cover) {
+    GuardedImage guarded(RandomBytes(kSize, type, 3), layout.gap, layout.margin);
+    cv::Mat image = guarded.Mat();
+    const cv::Mat before = image.clone();
+    cv::Mat part(0, image.cols, type, image.data, image.step[0]);
+    ASSERT_EQ(converter.ROIImageExtraction(image, roi, &part, 1, 9), 0);
+    EXPECT_EQ(part.data, image(cover.box).data);
+    EXPECT_EQ(part.size(), cover.box.size());
+    EXPECT_TRUE(SameImage(image, before));
+  });
 }
 
 TEST(RoiExtraction, OtherOutputsWithoutRowsGetACopy) {
@@ -287,45 +289,35 @@ TEST(RoiExtraction, RegionsAndSizesMayAlternate) {
 // Rows of a padded matrix, and rows that follow each other.
 TEST(RoiRestore, WritesAnOutputThatFitsAndLiesApart) {
   KelROIDataConvert converter;
-  for (const int type : kTypes) {
-    for (const Layout layout : kLayouts) {
-      cv::Mat image = RandomBytes(kSize, type, 3);
-      for (NamedRegion& region : Regions()) {
-        const Cover cover(region.roi, kSize);
-        cv::Mat part = RandomBytes(cover.box.size(), type, 4);
-        GuardedImage out(RandomBytes(kSize, type, 5), layout.gap, layout.margin);
-        cv::Mat written = out.Mat();
-        ASSERT_EQ(converter.ROIImageRestore(image, part, region.roi, &written, 1), 0);
-        EXPECT_EQ(written.data, out.Mat().data);
-        EXPECT_TRUE(SameImage(written, PlainRestore(image, part, cover, true))) << region.name;
-        EXPECT_TRUE(out.SurroundingsUntouched());
-      }
-    }
-  }
+  ForEveryTypeLayoutAndRegion([&](int type, Layout layout, KelROI& roi, const Cover& cover) {
+    cv::Mat image = RandomBytes(kSize, type, 3);
+    cv::Mat part = RandomBytes(cover.box.size(), type, 4);
+    GuardedImage out(RandomBytes(kSize, type, 5), layout.gap, layout.margin);
+    cv::Mat written = out.Mat();
+    ASSERT_EQ(converter.ROIImageRestore(image, part, roi, &written, 1), 0);
+    EXPECT_EQ(written.data, out.Mat().data);
+    EXPECT_TRUE(SameImage(written, PlainRestore(image, part, cover, true)));
+    EXPECT_TRUE(out.SurroundingsUntouched());
+  });
 }
 
 // The part lies where it belongs, and is left there.
 TEST(RoiRestore, WritesAroundAPartThatLiesInTheOutput) {
   KelROIDataConvert converter;
-  for (const int type : kTypes) {
-    for (const Layout layout : kLayouts) {
-      cv::Mat image = RandomBytes(kSize, type, 3);
-      for (NamedRegion& region : Regions()) {
-        const Cover cover(region.roi, kSize);
-        for (const int masked : {0, 1}) {
-          GuardedImage out(RandomBytes(kSize, type, 5), layout.gap, layout.margin);
-          cv::Mat part = out.Mat()(cover.box);
-          const cv::Mat expected = PlainRestore(image, part.clone(), cover, masked != 0);
-          cv::Mat written = out.Mat();
-          written.resize(0);
-          ASSERT_EQ(converter.ROIImageRestore(image, part, region.roi, &written, masked), 0);
-          EXPECT_EQ(written.data, out.Mat().data);
-          EXPECT_TRUE(SameImage(written, expected)) << region.name;
-          EXPECT_TRUE(out.SurroundingsUntouched());
-        }
-      }
+  ForEveryTypeLayoutAndRegion([&](int type, Layout layout, KelROI& roi, const Cover& cover) {
+    cv::Mat image = RandomBytes(kSize, type, 3);
+    for (const int masked : {0, 1}) {
+      GuardedImage out(RandomBytes(kSize, type, 5), layout.gap, layout.margin);
+      cv::Mat part = out.Mat()(cover.box);
+      const cv::Mat expected = PlainRestore(image, part.clone(), cover, masked != 0);
+      cv::Mat written = out.Mat();
+      written.resize(0);
+      ASSERT_EQ(converter.ROIImageRestore(image, part, roi, &written, masked), 0);
+      EXPECT_EQ(written.data, out.Mat().data);
+      EXPECT_TRUE(SameImage(written, expected));
+      EXPECT_TRUE(out.SurroundingsUntouched());
     }
-  }
+  });
 }
 
 TEST(RoiRestore, LeavesAPartAloneThatLiesInAnOutputWithItsRows) {
@@ -394,29 +386,22 @@ TEST(RoiRestore, LeavesAnOutputAloneThatDoesNotFitOrOverlapsAnInput) {
 
 TEST(RoiRestore, TakesThePixelsInsideTheShapeFromThePart) {
   KelROIDataConvert converter;
-  for (const int type : kTypes) {
-    for (const Layout layout : kLayouts) {
-      GuardedImage image(RandomBytes(kSize, type, 5), layout.gap, layout.margin);
-      const cv::Mat before = image.Mat().clone();
-      for (NamedRegion& region : Regions()) {
-        SCOPED_TRACE(region.name + ", " + TypeName(type));
-        const Cover cover(region.roi, kSize);
-        GuardedImage part(RandomBytes(cover.box.size(), type, 6), layout.gap, layout.margin);
-        const cv::Mat part_before = part.Mat().clone();
-        for (const int masked : {0, 1}) {
-          cv::Mat out;
-          ASSERT_EQ(converter.ROIImageRestore(image.Mat(), part.Mat(), region.roi, &out, masked),
-                    0);
-          EXPECT_TRUE(SameImage(out, PlainRestore(before, part_before, cover, masked != 0)));
-          EXPECT_TRUE(OwnsItsPixels(out));
-        }
-        EXPECT_TRUE(SameImage(part.Mat(), part_before));
-        EXPECT_TRUE(part.SurroundingsUntouched());
-      }
-      EXPECT_TRUE(SameImage(image.Mat(), before));
-      EXPECT_TRUE(image.SurroundingsUntouched());
+  ForEveryTypeLayoutAndRegion([&](int type, Layout layout, KelROI& roi, const Cover& cover) {
+    GuardedImage image(RandomBytes(kSize, type, 5), layout.gap, layout.margin);
+    GuardedImage part(RandomBytes(cover.box.size(), type, 6), layout.gap, layout.margin);
+    const cv::Mat before = image.Mat().clone();
+    const cv::Mat part_before = part.Mat().clone();
+    for (const int masked : {0, 1}) {
+      cv::Mat out;
+      ASSERT_EQ(converter.ROIImageRestore(image.Mat(), part.Mat(), roi, &out, masked), 0);
+      EXPECT_TRUE(SameImage(out, PlainRestore(before, part_before, cover, masked != 0)));
+      EXPECT_TRUE(OwnsItsPixels(out));
     }
-  }
+    EXPECT_TRUE(SameImage(image.Mat(), before));
+    EXPECT_TRUE(image.SurroundingsUntouched());
+    EXPECT_TRUE(SameImage(part.Mat(), part_before));
+    EXPECT_TRUE(part.SurroundingsUntouched());
+  });
 }
 
 TEST(RoiRestore, OfWhatWasCutOutGivesTheImage) {
