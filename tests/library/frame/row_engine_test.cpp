@@ -76,20 +76,19 @@ TEST(RowEngine, LittleWorkIsOneRangeOnTheCallingThread) {
 }
 
 TEST(RowEngine, CallersSayWhatLittleWorkIs) {
-  constexpr std::size_t kBytes = 4 * kSerialBytes;
-  const auto ranges_of = [](std::size_t work) {
-    int ranges = 0;
-    std::mutex mutex;
-    const auto count = [&](const RowRange&) {
-      const std::lock_guard lock(mutex);
-      ++ranges;
-    };
-    ForEachRowRange(1000, work, count, kBytes);
-    return ranges;
+  const tbb::global_control many(tbb::global_control::max_allowed_parallelism, 4);
+  constexpr std::size_t kLittle = 4 * kSerialBytes;
+  const auto ranges_of = [](std::size_t work, std::size_t little) {
+    std::atomic<int> ranges{0};
+    tbb::task_arena(4).execute([&] {
+      ForEachRowRange(
+          1000, work, [&](const RowRange&) { ++ranges; }, little);
+    });
+    return ranges.load();
   };
-  EXPECT_EQ(ranges_of(kBytes - 1), 1);
-  EXPECT_GT(ranges_of(kBytes), 1);
-  EXPECT_GT(VisitsOf(1000, kBytes - 1).ranges.size(), 1U);
+  EXPECT_EQ(ranges_of(kLittle - 1, kLittle), 1);
+  EXPECT_GT(ranges_of(kLittle, kLittle), 1);
+  EXPECT_GT(ranges_of(kLittle - 1, kSerialBytes), 1);
 }
 
 TEST(RowEngine, ParallelSetting1IsOneRange) {

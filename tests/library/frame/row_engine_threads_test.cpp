@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <thread>
 
 #include "forked_child.h"
@@ -26,17 +28,28 @@ constexpr std::size_t kMuch = std::size_t{1} << 30;
 class Crowd {
  public:
   void Enter() {
-    const int now = ++inside_;
-    int most = most_.load();
-    while (most < now && !most_.compare_exchange_weak(most, now)) {
-    }
+    const std::lock_guard lock(mutex_);
+    most_ = std::max(most_, ++inside_);
+    grown_.notify_all();
   }
-  void Leave() { --inside_; }
-  int Most() const { return most_; }
+  void Leave() {
+    const std::lock_guard lock(mutex_);
+    --inside_;
+  }
+  int Most() const {
+    const std::lock_guard lock(mutex_);
+    return most_;
+  }
+  void Await(int threads, std::chrono::steady_clock::time_point end) {
+    std::unique_lock lock(mutex_);
+    grown_.wait_until(lock, end, [&] { return most_ >= threads; });
+  }
 
  private:
-  std::atomic<int> inside_{0};
-  std::atomic<int> most_{0};
+  mutable std::mutex mutex_;
+  std::condition_variable grown_;
+  int inside_ = 0;
+  int most_ = 0;
 };
 
 class ArenaObserver : public tbb::task_scheduler_observer {
@@ -51,33 +64,39 @@ class ArenaObserver : public tbb::task_scheduler_observer {
   Crowd crowd_;
 };
 
-// Bodies that sleep leave the processor to others, so that threads come however few cores there
-// are.
-int MostThreadsInBodies() {
+// Bodies wait for so many at a time, so that threads come however few cores there are and however
+// busy these are; all of them wait no longer than that.
+int MostThreadsInBodies(int awaited, std::chrono::milliseconds longest) {
   Crowd bodies;
+  const auto end = std::chrono::steady_clock::now() + longest;
   ForEachRowRange(64, kMuch, [&](const RowRange&) {
     bodies.Enter();
-    std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    bodies.Await(awaited, end);
     bodies.Leave();
   });
   return bodies.Most();
 }
+
+// Long enough for a thread too many to come.
+constexpr std::chrono::milliseconds kAWhile{100};
 
 TEST(RowEngineConcurrent, NoMoreThreadsThanTheCallersArenaHasSlots) {
   const tbb::global_control many(tbb::global_control::max_allowed_parallelism, 8);
   for (const int slots : {1, 2, 3}) {
     tbb::task_arena arena(slots);
     const ArenaObserver observer(arena);
-    EXPECT_LE(arena.execute(MostThreadsInBodies), slots);
+    EXPECT_LE(arena.execute([&] { return MostThreadsInBodies(slots + 1, kAWhile); }), slots);
     EXPECT_LE(observer.Most(), slots);
   }
   // There are threads enough for the limits to matter.
-  EXPECT_GT(tbb::task_arena(8).execute(MostThreadsInBodies), 3);
+  constexpr std::chrono::seconds kAsLongAsItTakes{60};
+  EXPECT_GE(tbb::task_arena(8).execute([&] { return MostThreadsInBodies(4, kAsLongAsItTakes); }),
+            4);
 }
 
 TEST(RowEngineConcurrent, OnlyTheCallersThreadUnderAGlobalLimitOf1) {
   const tbb::global_control one(tbb::global_control::max_allowed_parallelism, 1);
-  EXPECT_EQ(MostThreadsInBodies(), 1);
+  EXPECT_EQ(MostThreadsInBodies(2, kAWhile), 1);
 }
 
 // While it waits for the last rows, a thread must not begin another of its caller's tasks: that one
@@ -100,12 +119,13 @@ TEST(RowEngineConcurrent, AWaitingCallBeginsNoneOfTheCallersTasks) {
   EXPECT_EQ(begun_inside_a_call, 0);
 }
 
-int RangesIn(int slots) {
+int Ranges() {
   std::atomic<int> ranges{0};
-  tbb::task_arena(slots).execute(
-      [&] { ForEachRowRange(1000, kMuch, [&](const RowRange&) { ++ranges; }); });
+  ForEachRowRange(1000, kMuch, [&](const RowRange&) { ++ranges; });
   return ranges;
 }
+
+int RangesIn(int slots) { return tbb::task_arena(slots).execute(Ranges); }
 
 TEST(RowEngineConcurrent, NothingIsSplitWhereOneThreadWorks) {
   const tbb::global_control many(tbb::global_control::max_allowed_parallelism, 4);
@@ -115,22 +135,25 @@ TEST(RowEngineConcurrent, NothingIsSplitWhereOneThreadWorks) {
   EXPECT_EQ(RangesIn(2), 1);
 }
 
-int Ranges() {
-  const tbb::global_control many(tbb::global_control::max_allowed_parallelism, 4);
-  return RangesIn(4);
-}
-
 // Each runs in a process that has made no parallel loop before.
 class RowEngineForkDeathTest : public testing::Test {
  protected:
   void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
 
+// As an exit code.
+int IsSplit() { return Ranges() > 1 ? 1 : 0; }
+
+// The children stay in their parent's arena: to make one, or to limit the threads, takes locks of
+// oneTBB's that a thread may have held at the moment of the fork.
 int ProcessThatForksAfterItsFirstLoop() {
-  Ranges();
-  const int ranges_in_child = ExitCodeOfFork(Ranges);
-  const int ranges_in_grandchild = ExitCodeOfFork([] { return ExitCodeOfFork(Ranges); });
-  return ranges_in_child == 1 && ranges_in_grandchild == 1 && Ranges() > 1 ? 0 : 1;
+  const tbb::global_control many(tbb::global_control::max_allowed_parallelism, 4);
+  return tbb::task_arena(4).execute([] {
+    const bool is_split_before = IsSplit() != 0;
+    const int in_child = ExitCodeOfFork(IsSplit);
+    const int in_grandchild = ExitCodeOfFork([] { return ExitCodeOfFork(IsSplit); });
+    return is_split_before && in_child == 0 && in_grandchild == 0 && IsSplit() != 0 ? 0 : 1;
+  });
 }
 
 TEST_F(RowEngineForkDeathTest, AProcessForkedFromAUsedPoolWorksOnItsOwnThread) {
@@ -138,8 +161,13 @@ TEST_F(RowEngineForkDeathTest, AProcessForkedFromAUsedPoolWorksOnItsOwnThread) {
 }
 
 TEST_F(RowEngineForkDeathTest, AProcessForkedBeforeThePoolIsUsedHasItsOwn) {
-  EXPECT_EXIT(_exit(ExitCodeOfFork([] { return std::min(Ranges(), 2); }) == 2 ? 0 : 1),
-              testing::ExitedWithCode(0), "");
+  const auto is_split_in_child = [] {
+    return ExitCodeOfFork([] {
+      const tbb::global_control many(tbb::global_control::max_allowed_parallelism, 4);
+      return tbb::task_arena(4).execute(IsSplit);
+    });
+  };
+  EXPECT_EXIT(_exit(is_split_in_child() == 1 ? 0 : 1), testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
