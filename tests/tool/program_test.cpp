@@ -525,6 +525,19 @@ TEST_F(Program, AReaderThatWentAwayIsAFailureOfTheOutput) {
   EXPECT_EQ(got.err, "kelra: standard output cannot be written\n");
 }
 
+// Longer and shorter than what the C library gathers before it writes.
+TEST_F(Program, WhateverItPrintsOnAFullDeviceIsAFailure) {
+  MakeImage("in.png");
+  for (const char* arguments : {"--help", "add-const --help", "--version", "--list-examples",
+                                "get-pixel in.png --row 1 --column 1"}) {
+    const ChildResult got = kelra_test::RunChild(
+        {"/bin/sh", "-c", std::string("\"" KELRA_PROGRAM "\" ") + arguments + " > /dev/full"}, {},
+        folder_.Path().string());
+    EXPECT_EQ(got.exit_code, 1) << arguments;
+    EXPECT_EQ(got.err, "kelra: standard output cannot be written\n") << arguments;
+  }
+}
+
 TEST_F(Program, VerboseTellsEachFile) {
   const std::string in = MakeImage("in.png", CV_16UC3);
   const ChildResult got = Kelra({"add-const", in, File("out.tif"), "--value", "1", "--verbose"});

@@ -213,7 +213,8 @@ class Batch {
     if (progress) {
       console_.EndProgress();
     }
-    return PrintTexts() && !failed_;
+    PrintTexts();
+    return !failed_;
   }
 
  private:
@@ -276,7 +277,7 @@ class Batch {
     }
   }
 
-  bool PrintTexts() {
+  void PrintTexts() {
     for (std::size_t i = 0; i < jobs_.size(); ++i) {
       if (texts_[i].empty()) {
         continue;
@@ -286,11 +287,6 @@ class Batch {
       }
       std::printf("%s\n", texts_[i].c_str());
     }
-    if (std::fflush(stdout) == 0) {
-      return true;
-    }
-    console_.Say("standard output cannot be written");
-    return false;
   }
 
   void Say(const std::string& text) { console_.Say(invocation_.command->name + ": " + text); }

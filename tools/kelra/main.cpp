@@ -1,3 +1,4 @@
+#include <cstdio>
 #include <exception>
 
 #include "batch.h"
@@ -23,11 +24,8 @@ int Run(int argc, char** argv, KELRA::tool::Console& console) {
   }
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  KELRA::tool::Console console;
-  const KELRA::tool::CodecMessageCatcher catcher;
+// Runs the program and tells what went wrong; returns its exit code.
+int RunAndTell(int argc, char** argv, KELRA::tool::Console& console) {
   try {
     KELRA::tool::EndCleanlyOnSignals();
     return Run(argc, argv, console);
@@ -40,4 +38,20 @@ int main(int argc, char** argv) {
     console.Say("an unknown error");
   }
   return kFailure;
+}
+
+// Whether all that was printed has left the program, in this moment or before.
+bool OutputIsWritten() { return std::fflush(stdout) == 0 && std::ferror(stdout) == 0; }
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  KELRA::tool::Console console;
+  const KELRA::tool::CodecMessageCatcher catcher;
+  const int exit_code = RunAndTell(argc, argv, console);
+  if (!OutputIsWritten()) {
+    console.Say("standard output cannot be written");
+    return exit_code == 0 ? kFailure : exit_code;
+  }
+  return exit_code;
 }
