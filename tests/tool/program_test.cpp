@@ -420,6 +420,31 @@ TEST_F(Program, RefusesTwoResultsOfOneNameBeforeWriting) {
   EXPECT_FALSE(fs::exists(File("results")));
 }
 
+TEST_F(Program, RefusesToSplitOverAnInputBeforeWriting) {
+  fs::create_directory(File("other"));
+  const std::string whole = MakeImage("in.png");
+  const std::string numbered = MakeImage("in-7.png");
+  fs::create_directory_symlink(folder_.Path(), File("link"));
+  for (const std::string& folder : {File(""), File("link"), File("other/..")}) {
+    const std::set<std::string> before = FileNames();
+    ExpectTold(
+        Failure({"split-rows", numbered, whole, folder, "--count", "2"}, 2),
+        "the results of " + whole + " could be written over the input " + numbered + ", expected");
+    EXPECT_EQ(FileNames(), before);
+  }
+  ExpectTold(kelra_test::RunChild({KELRA_PROGRAM, "split-rows", "in-7.png", "in.png", "."}, {},
+                                  folder_.Path().string())
+                 .err,
+             "the results of in.png could be written over the input in-7.png");
+  // Names that no result has, and another folder.
+  Succeed({"split-rows", whole, MakeImage("in-07.png"), MakeImage("in-.png"), MakeImage("-.png"),
+           MakeImage("in-1x.png"), MakeImage("in-99999999999.png"), MakeImage("in-2.bmp"),
+           MakeImage("other-1.png"), File("")});
+  Succeed({"split-rows", numbered, whole, File("other")});
+  EXPECT_EQ(FileNames("other"),
+            (std::set<std::string>{"in-0.png", "in-1.png", "in-7-0.png", "in-7-1.png"}));
+}
+
 TEST_F(Program, AFailingFileDoesNotStopTheOthers) {
   WriteFile(File("broken.png"), "no image");
   const std::string a = MakeImage("a.png");

@@ -4,6 +4,7 @@
 #include <tbb/task_arena.h>
 
 #include <atomic>
+#include <charconv>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -46,6 +47,29 @@ fs::path InFolder(const fs::path& folder, const std::string& input) {
   return folder / fs::path(input).filename();
 }
 
+// "name-3.png" for "name.png".
+fs::path Numbered(const fs::path& path, int number) {
+  fs::path name = path.stem();
+  name += "-";
+  name += std::to_string(number);
+  name += path.extension();
+  return path.parent_path() / name;
+}
+
+// "name.png" for "name-3.png"; nothing for names that Numbered does not give.
+fs::path Unnumbered(const fs::path& path) {
+  const std::string stem = path.stem().string();
+  const std::size_t dash = stem.rfind('-');
+  if (dash == std::string::npos) {
+    return {};
+  }
+  int number = 0;
+  std::from_chars(stem.data() + dash + 1, stem.data() + stem.size(), number);
+  fs::path name = path.parent_path() / stem.substr(0, dash);
+  name += path.extension();
+  return Numbered(name, number) == path ? name : fs::path();
+}
+
 std::vector<Job> JobsIntoFolder(const std::vector<std::string>& inputs, const std::string& folder) {
   std::vector<Job> jobs;
   std::map<fs::path, std::string> input_of;
@@ -75,6 +99,33 @@ std::vector<Job> JobsOfEach(std::vector<std::string> files, bool several_outputs
         " an existing folder, or a name with / at its end");
   }
   return {{files, output}};
+}
+
+// The same for every way to name a file, which itself may be a link; empty when there is no way to
+// it.
+fs::path PlaceOf(const fs::path& path) {
+  std::error_code error;
+  const fs::path folder = fs::canonical(fs::absolute(path).parent_path(), error);
+  return error ? fs::path() : folder / path.filename();
+}
+
+// How many results an input will have is not known before it has been split: none of the numbers is
+// free to be an input.
+std::vector<Job> JobsOfSplit(const std::vector<std::string>& files) {
+  std::vector<Job> jobs = JobsOfEach(files, true);
+  std::map<fs::path, std::string> input_of;
+  for (const Job& job : jobs) {
+    input_of.emplace(PlaceOf(job.output), job.inputs.front());
+  }
+  for (const Job& job : jobs) {
+    const std::string& input = job.inputs.front();
+    const auto splitter = input_of.find(Unnumbered(PlaceOf(input)));
+    if (splitter != input_of.end()) {
+      throw UsageError("the results of " + splitter->second + " could be written over the input " +
+                       input + ", expected another folder");
+    }
+  }
+  return jobs;
 }
 
 Job OneJob(std::vector<std::string> files) {
@@ -137,8 +188,9 @@ std::vector<Job> JobsOf(const Invocation& invocation) {
   }
   switch (form) {
     case Form::kEach:
+      return JobsOfEach(files, false);
     case Form::kSplit:
-      return JobsOfEach(files, form == Form::kSplit);
+      return JobsOfSplit(files);
     case Form::kMeasure:
       return JobsOfMeasure(files);
     case Form::kPair:
@@ -147,15 +199,6 @@ std::vector<Job> JobsOf(const Invocation& invocation) {
       break;
   }
   return {OneJob(files)};
-}
-
-// "name-3.png" for "name.png".
-fs::path Numbered(const fs::path& path, int number) {
-  fs::path name = path.stem();
-  name += "-";
-  name += std::to_string(number);
-  name += path.extension();
-  return path.parent_path() / name;
 }
 
 // The files that a message is about.
