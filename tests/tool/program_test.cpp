@@ -455,6 +455,23 @@ TEST_F(Program, AFailingFileDoesNotStopTheOthers) {
   EXPECT_EQ(FileNames("results"), (std::set<std::string>{"a.png", "b.png"}));
 }
 
+TEST_F(Program, TellsOfPagesThatItDoesNotRead) {
+  const cv::Mat first = Gradient(40, 30, CV_16UC1);
+  const std::string in = File("in.tif");
+  ASSERT_TRUE(cv::imwrite(in, std::vector<cv::Mat>{first, Gradient(9, 8, CV_8UC3), first}));
+  const Texts arguments = {"add-const", in, File("out.png"), "--value", "30"};
+  const ChildResult got = Kelra(arguments);
+  EXPECT_EQ(got.exit_code, 0);
+  EXPECT_EQ(got.err, "kelra: add-const: " + in + ": warning: only the first of 3 pages is read\n");
+  EXPECT_TRUE(Same(Read(File("out.png")), Brighter(first, 30)));
+
+  Texts quiet = arguments;
+  quiet.push_back("--quiet");
+  Succeed(quiet);
+  ASSERT_TRUE(cv::imwrite(in, first));
+  Succeed(arguments);
+}
+
 TEST_F(Program, AnUnwritableOutputLeavesNothingBehind) {
   const std::string in = MakeImage("in.png");
   Failure({"add-const", in, File("missing/out.png"), "--value", "1"}, 1);

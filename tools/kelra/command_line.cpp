@@ -35,7 +35,9 @@ std::shared_ptr<HelpLayout> Layout(std::string usage) {
 
 constexpr const char* kFooter =
     "\nImages are PNG, TIFF, JPEG, BMP, PGM, PPM or PNM files, 8-bit or 16-bit; the ending of OUT\n"
-    "decides its format. Files of samples alone are read with --raw and end in .raw when written.\n"
+    "decides its format. Of a TIFF file's pages the first is read. Files of samples alone are "
+    "read\n"
+    "with --raw and end in .raw when written.\n"
     "'kelra COMMAND --help' shows a command's formula and an example.\n"
     "Exit codes: 0 success, 1 an operation or a file failed, 2 the command line is wrong.\n";
 

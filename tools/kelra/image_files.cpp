@@ -5,6 +5,7 @@
 #include <climits>
 #include <opencv2/imgcodecs.hpp>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "codec_messages.h"
@@ -124,6 +125,23 @@ bool IsCutJpeg(const Bytes& bytes) {
   return scan == std::string_view::npos || text.find(kEndMarker, scan) == std::string_view::npos;
 }
 
+bool IsTiff(const Bytes& bytes) {
+  const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  return text.starts_with("II") || text.starts_with("MM");
+}
+
+// A TIFF file may hold several pages, of which the decoder reads the first. A pipe cannot be asked
+// again.
+std::string PagesLeft(const std::filesystem::path& path, const Bytes& bytes) {
+  std::error_code error;
+  if (!IsTiff(bytes) || !std::filesystem::is_regular_file(path, error)) {
+    return "";
+  }
+  const std::size_t pages = cv::imcount(path.string());
+  TakeCodecMessage();
+  return pages > 1 ? "only the first of " + std::to_string(pages) + " pages is read" : "";
+}
+
 }  // namespace
 
 ReadResult ReadImage(const std::filesystem::path& path) {
@@ -145,14 +163,17 @@ ReadResult ReadImage(const std::filesystem::path& path) {
   } catch (const cv::Exception& refused) {
     problem = refused.err;
   }
-  const std::string message = TakeCodecMessage();
+  std::string warning = TakeCodecMessage();
   if (decoded.empty()) {
     if (problem.empty()) {
-      problem = message;
+      problem = warning;
     }
     throw FileError(path, "cannot be read as an image" + (problem.empty() ? "" : ": " + problem));
   }
-  return {KelImage(decoded), message};
+  if (const std::string pages = PagesLeft(path, bytes); !pages.empty()) {
+    warning += (warning.empty() ? "" : "; ") + pages;
+  }
+  return {KelImage(decoded), warning};
 }
 
 ReadResult ReadImage(const std::filesystem::path& path, const std::optional<RawLayout>& raw) {

@@ -14,7 +14,9 @@ namespace KELRA::tool {
 
 struct ReadResult {
   KelImage image;
-  std::string warning;  // what the codec complained about while it read the image; usually empty
+  // What the codec complained about while it read the image, and which pages it left; usually
+  // empty.
+  std::string warning;
 };
 
 // The samples as they are in the file: depth and channels are kept, nothing is turned. Throws
