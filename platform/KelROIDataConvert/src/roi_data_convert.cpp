@@ -159,6 +159,27 @@ cv::Mat CutOut(const cv::Mat& image, const PixelRuns& covered, double fill) {
   return cut;
 }
 
+// Copies so many bytes, kPiece or more, in pieces of which the last two may overlap.
+template <std::size_t kPiece>
+void CopyInPieces(const uchar* from, std::size_t bytes, uchar* to) {
+  for (std::size_t i = 0; i + kPiece < bytes; i += kPiece) {
+    std::memcpy(to + i, from + i, kPiece);
+  }
+  std::memcpy(to + bytes - kPiece, from + bytes - kPiece, kPiece);
+}
+
+// Copies bytes that lie apart. Beside a small shape there are a few in every row, for which a call
+// would take several times as long.
+inline void CopyBytes(const uchar* from, std::size_t bytes, uchar* to) {
+  if (bytes < 8 || bytes > 128) {
+    std::memcpy(to, from, bytes);
+  } else if (bytes < 16) {
+    CopyInPieces<8>(from, bytes, to);
+  } else {
+    CopyInPieces<16>(from, bytes, to);
+  }
+}
+
 // Copies pixels of a matrix into those of another of its size and type.
 class PixelCopy {
  public:
@@ -172,8 +193,8 @@ class PixelCopy {
   void operator()(std::ptrdiff_t first, std::ptrdiff_t end) const {
     if (one_line_) {
       const std::ptrdiff_t offset = first * pixel_size_;
-      std::memcpy(to_.data + offset, from_.data + offset,
-                  static_cast<std::size_t>((end - first) * pixel_size_));
+      CopyBytes(from_.data + offset, static_cast<std::size_t>((end - first) * pixel_size_),
+                to_.data + offset);
     } else {
       CopyRowByRow(first, end);
     }

@@ -356,6 +356,19 @@ inline void ApplyPartially(const Formula& f, std::ptrdiff_t count, Sample* dst, 
   StorePartial(dst, f.Vector(LoadPartial(src, count)...), count);
 }
 
+// The same, faster where it can be: from half a vector on as two halves that may overlap. A formula
+// does not ask where in a vector a sample lies.
+template <class Formula, class Sample, class... Inputs>
+inline void ApplyInHalves(const Formula& f, std::ptrdiff_t count, Sample* dst, Inputs... src) {
+  if constexpr (requires { StoreHalves(dst, dst, f.Vector(LoadHalves(src, src)...)); }) {
+    if (const std::ptrdiff_t second = count - kLanes<Sample> / 2; second >= 0) {
+      StoreHalves(dst, dst + second, f.Vector(LoadHalves(src, src + second)...));
+      return;
+    }
+  }
+  ApplyPartially(f, count, dst, src...);
+}
+
 // How many samples lie before the first address of a vector's alignment; all of them where none
 // does.
 template <class Sample>
@@ -458,6 +471,20 @@ inline auto TailOf(const Formula& f) {
   }
 }
 
+// Rows whose blocks and whose tail are less than a vector each: looking for whole ones in every row
+// would take longer than the samples.
+template <class Formula, class Sample, class... Inputs>
+[[gnu::noinline]] void WalkShortRows(Formula f, Extent extent, Rows<Sample> dst, Inputs... src) {
+  const auto tail = TailOf(f);
+  const std::ptrdiff_t in_tail = extent.samples - extent.blocks;
+  for (std::ptrdiff_t row = 0; row < extent.rows; ++row) {
+    ApplyInHalves(f, extent.blocks, dst[row], src[row]...);
+    if (in_tail > 0) {
+      ApplyPartially(tail, in_tail, dst[row] + extent.blocks, (src[row] + extent.blocks)...);
+    }
+  }
+}
+
 template <bool kStreaming, class Formula, class Sample, class... Inputs>
 inline void WalkRows(Formula f, Extent extent, Rows<Sample> dst, Inputs... src) {
   const auto tail = TailOf(f);
@@ -481,6 +508,8 @@ inline void Walk(const Formula& f, const Extent& extent, Rows<Sample> dst, Input
     WalkRows<true>(f, extent, dst, src...);
     // Other threads must not see what follows before the streamed rows.
     _mm_sfence();
+  } else if (std::max(extent.blocks, extent.samples - extent.blocks) < kLanes<Sample>) {
+    WalkShortRows(f, extent, dst, src...);
   } else {
     WalkRows<false>(f, extent, dst, src...);
   }

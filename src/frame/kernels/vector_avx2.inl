@@ -34,6 +34,26 @@ inline void Store(std::uint16_t* p, Words a) {
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), a.v);
 }
 
+// Two halves of a vector, which may lie anywhere.
+inline __m256i LoadTwoHalves(const void* low, const void* high) {
+  return _mm256_loadu2_m128i(static_cast<const __m128i*>(high), static_cast<const __m128i*>(low));
+}
+inline void StoreTwoHalves(void* low, void* high, __m256i a) {
+  _mm256_storeu2_m128i(static_cast<__m128i*>(high), static_cast<__m128i*>(low), a);
+}
+inline Bytes LoadHalves(const std::uint8_t* low, const std::uint8_t* high) {
+  return {LoadTwoHalves(low, high)};
+}
+inline Words LoadHalves(const std::uint16_t* low, const std::uint16_t* high) {
+  return {LoadTwoHalves(low, high)};
+}
+inline void StoreHalves(std::uint8_t* low, std::uint8_t* high, Bytes a) {
+  StoreTwoHalves(low, high, a.v);
+}
+inline void StoreHalves(std::uint16_t* low, std::uint16_t* high, Words a) {
+  StoreTwoHalves(low, high, a.v);
+}
+
 // Bit i tells whether the i-th of a vector's bytes equals the one given.
 inline std::uint64_t BitsWhereEqual(Bytes a, std::uint8_t byte) {
   const __m256i equal = _mm256_cmpeq_epi8(a.v, _mm256_set1_epi8(static_cast<char>(byte)));

@@ -34,6 +34,28 @@ inline void Store(std::uint16_t* p, Words a) {
   _mm_storeu_si128(reinterpret_cast<__m128i*>(p), a.v);
 }
 
+// Two halves of a vector, which may lie anywhere.
+inline __m128i LoadTwoHalves(const void* low, const void* high) {
+  return _mm_unpacklo_epi64(_mm_loadl_epi64(static_cast<const __m128i*>(low)),
+                            _mm_loadl_epi64(static_cast<const __m128i*>(high)));
+}
+inline void StoreTwoHalves(void* low, void* high, __m128i a) {
+  _mm_storel_epi64(static_cast<__m128i*>(low), a);
+  _mm_storel_epi64(static_cast<__m128i*>(high), _mm_unpackhi_epi64(a, a));
+}
+inline Bytes LoadHalves(const std::uint8_t* low, const std::uint8_t* high) {
+  return {LoadTwoHalves(low, high)};
+}
+inline Words LoadHalves(const std::uint16_t* low, const std::uint16_t* high) {
+  return {LoadTwoHalves(low, high)};
+}
+inline void StoreHalves(std::uint8_t* low, std::uint8_t* high, Bytes a) {
+  StoreTwoHalves(low, high, a.v);
+}
+inline void StoreHalves(std::uint16_t* low, std::uint16_t* high, Words a) {
+  StoreTwoHalves(low, high, a.v);
+}
+
 // Bit i tells whether the i-th of a vector's bytes equals the one given.
 inline std::uint64_t BitsWhereEqual(Bytes a, std::uint8_t byte) {
   const __m128i equal = _mm_cmpeq_epi8(a.v, _mm_set1_epi8(static_cast<char>(byte)));
