@@ -202,39 +202,43 @@ Status CallFrame::BringBackOutsideMask(Status made, cv::Mat mask, const cv::Mat&
 
 Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
   cv::Mat& input = input_->Mat();
-  cv::Mat cut = policy_.reads == Reads::kSamePixel ? NoRowsOf(input) : cv::Mat();
+  KelImage part;
+  cv::Mat& cut = part.Mat();
+  if (policy_.reads == Reads::kSamePixel) {
+    cut = NoRowsOf(input);
+  }
   if (const Status status = RegionConverter().ROIImageExtraction(input, roi, &cut, 1, 0.0);
       !status.ok()) {
     return Fail(Fallback::kExtraction, status, dst);
   }
-  cv::Mat restored = MatrixToRestoreInto(*dst);
+  cv::Mat& output = dst->Mat();
+  cv::Mat separate;
+  cv::Mat& restored = MatrixToRestoreInto(output, &separate);
   KelImage part_result;
   const std::optional<cv::Rect> place = PlaceOf(cut, input);
-  if (place && restored.empty()) {
+  if (place && restored.data == nullptr) {
     restored = MatrixForResult(input);
   }
-  if (place && !restored.empty()) {
+  if (place && restored.data != nullptr) {
     // From the input to where the result belongs, without a copy of either.
     part_result.Mat() = restored(*place);
   } else if (policy_.shared_output == SharedOutput::kAsIfSeparate && IsHeldAlone(cut)) {
     part_result.Mat() = cut;
   }
-  KelImage part;
-  part.Mat() = std::move(cut);
   if (const Status status = work(part, &part_result); !status.ok()) {
     return Fail(Fallback::kPartWork, status, dst);
   }
-  if (!restored.empty()) {
+  if (restored.data != nullptr) {
     restored.resize(0);  // its memory is offered, its content is not
   }
   const Status status =
       RegionConverter().ROIImageRestore(input, part_result.Mat(), roi, &restored, 1);
-  if (restored.empty()) {
+  if (restored.rows == 0) {
     restored.release();
   }
   const AfterRestore after = policy_.after_restore;
-  if (status.ok() || after != AfterRestore::kOnlyOnSuccess) {
-    std::swap(dst->Mat(), restored);
+  if (&restored == &separate && (status.ok() || after != AfterRestore::kOnlyOnSuccess)) {
+    std::swap(output, restored);
     if (after == AfterRestore::kOnlyOnSuccess) {
       Keep(KeptFor::kResult, std::move(restored));
     }
@@ -249,22 +253,23 @@ Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
   return Fail(Fallback::kRestore, status, dst);
 }
 
-cv::Mat CallFrame::MatrixToRestoreInto(const KelImage& dst) const {
+cv::Mat& CallFrame::MatrixToRestoreInto(cv::Mat& own, cv::Mat* separate) const {
   const cv::Mat& pixels = input_->Mat();
-  const cv::Mat& own = dst.Mat();
   if (bound_.IsBound() || own.dims > 2 || own.size() != pixels.size() ||
       own.type() != pixels.type() || !IsHeldAlone(own) || SharesPixels(own, pixels)) {
-    return {};
+    return *separate;
   }
   if (policy_.after_restore != AfterRestore::kOnlyOnSuccess) {
     return own;
   }
   cv::Mat kept = TakeKept(KeptFor::kResult);
-  if (kept.cols != pixels.cols || kept.type() != pixels.type() || !HasReserved(kept, pixels.rows)) {
-    return {};
+  if (kept.cols == pixels.cols && kept.type() == pixels.type() && HasReserved(kept, pixels.rows)) {
+    kept.resize(static_cast<std::size_t>(pixels.rows));
+    if (!SharesPixels(kept, pixels)) {
+      *separate = std::move(kept);
+    }
   }
-  kept.resize(static_cast<std::size_t>(pixels.rows));
-  return SharesPixels(kept, pixels) ? cv::Mat() : kept;
+  return *separate;
 }
 
 Status CallFrame::Fail(Fallback step, Status status, KelImage* dst) {

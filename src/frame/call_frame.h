@@ -111,9 +111,9 @@ class CallFrame {
   Status BringBackOutsideMask(Status made, cv::Mat mask, const cv::Mat& pixels, KelImage* dst);
   Status RunOnPart(KelROI& roi, KelImage* dst, Work work);
   // The output's own matrix where that fits, nobody else holds it, and it lies apart from the
-  // input. Where a failure must leave it as it is, the one that the last such output left behind.
-  // Otherwise an empty one.
-  cv::Mat MatrixToRestoreInto(const KelImage& dst) const;
+  // input. Otherwise `separate`: empty, or, where a failure must leave the output as it is, the
+  // matrix that the last such output left behind.
+  cv::Mat& MatrixToRestoreInto(cv::Mat& own, cv::Mat* separate) const;
   void KeepInput(KelImage& src, KelImage* dst);
   // Applies the policy's fallback for the failed step and returns its status.
   Status Fail(Fallback step, Status status, KelImage* dst);

@@ -52,7 +52,7 @@ class CoveredPixels {
  public:
   // Finds at least one, or the reason why there is none.
   KelLong Find(const cv::Mat& image, const KelROI& roi) {
-    if (image.empty() || image.dims > 2) {
+    if (image.dims > 2 || image.data == nullptr || image.rows <= 0 || image.cols <= 0) {
       return KEL_ROI_ERR_IMAGE;
     }
     if (roi.ROIType() == KEL_ROI_WHOLE_IMAGE) {
@@ -180,42 +180,43 @@ inline void CopyBytes(const uchar* from, std::size_t bytes, uchar* to) {
   }
 }
 
-// Copies pixels of a matrix into those of another of its size and type.
+// Copies pixels of a matrix into those of another of its size and type: the pixels [first, end),
+// counted row by row.
 class PixelCopy {
  public:
   PixelCopy(const cv::Mat& from, cv::Mat& to)
-      : from_(from),
-        to_(to),
-        pixel_size_(static_cast<std::ptrdiff_t>(from.elemSize())),
-        one_line_(from.isContinuous() && to.isContinuous()) {}
+      : from_(from.data), to_(to.data), pixel_size_(static_cast<std::ptrdiff_t>(from.elemSize())) {}
 
-  // The pixels [first, end), counted row by row.
   void operator()(std::ptrdiff_t first, std::ptrdiff_t end) const {
-    if (one_line_) {
-      const std::ptrdiff_t offset = first * pixel_size_;
-      CopyBytes(from_.data + offset, static_cast<std::size_t>((end - first) * pixel_size_),
-                to_.data + offset);
-    } else {
-      CopyRowByRow(first, end);
-    }
+    CopyBytes(from_ + first * pixel_size_, static_cast<std::size_t>((end - first) * pixel_size_),
+              to_ + first * pixel_size_);
   }
 
  private:
-  void CopyRowByRow(std::ptrdiff_t first, std::ptrdiff_t end) const {
+  const uchar* from_;
+  uchar* to_;
+  std::ptrdiff_t pixel_size_;
+};
+
+// The same where there are gaps between the rows.
+class PixelCopyByRows {
+ public:
+  PixelCopyByRows(const cv::Mat& from, cv::Mat& to) : from_(from), to_(to) {}
+
+  void operator()(std::ptrdiff_t first, std::ptrdiff_t end) const {
     while (first < end) {
       const auto row = static_cast<int>(first / from_.cols);
-      const std::ptrdiff_t column = first % from_.cols;
-      const std::ptrdiff_t count = std::min(end - first, from_.cols - column);
-      std::memcpy(to_.ptr(row) + column * pixel_size_, from_.ptr(row) + column * pixel_size_,
-                  static_cast<std::size_t>(count * pixel_size_));
+      const auto column = static_cast<int>(first % from_.cols);
+      const std::ptrdiff_t count = std::min<std::ptrdiff_t>(end - first, from_.cols - column);
+      CopyBytes(from_.ptr(row, column), static_cast<std::size_t>(count) * from_.elemSize(),
+                to_.ptr(row, column));
       first += count;
     }
   }
 
+ private:
   const cv::Mat& from_;
   cv::Mat& to_;
-  std::ptrdiff_t pixel_size_;
-  bool one_line_;
 };
 
 // Walks the pixels of an image, counted row by row, and calls `inside(run, first, end)` for those
@@ -233,8 +234,9 @@ void WalkPixels(cv::Size size, const std::vector<KelRun>& runs, Inside inside, O
   outside(next, size.height * columns);
 }
 
+// Of parts it counts what they are parts of.
 bool LieApart(const cv::Mat& a, const cv::Mat& b) {
-  return a.dataend <= b.datastart || b.dataend <= a.datastart;
+  return a.datalimit <= b.datastart || b.datalimit <= a.datastart;
 }
 
 bool HoldsNoRowsOf(const cv::Mat& image, const cv::Mat& out) {
@@ -247,32 +249,33 @@ bool LiesInItsPlace(const cv::Mat& part, const cv::Mat& whole, const cv::Rect& b
   return part.data == whole.ptr(box.y, box.x) && part.step[0] == whole.step[0];
 }
 
-// `out` with as many rows as the image has: those that it has, or those that it has reserved. Empty
-// when it is no such matrix, or overlaps the image, which is still read.
-cv::Mat MemoryFor(cv::Size size, int type, const cv::Mat& image, cv::Mat out) {
-  if (out.dims > 2 || out.data == nullptr || out.cols != size.width || out.type() != type) {
-    return {};
+// Whether a matrix of the size and type can be made of `out`: it has the rows, or none and has
+// reserved them. It must not overlap the image, which is still read.
+bool OffersMemory(const cv::Mat& out, cv::Size size, int type, const cv::Mat& image) {
+  if (out.dims > 2 || out.data == nullptr || out.cols != size.width || out.type() != type ||
+      !LieApart(out, image)) {
+    return false;
   }
-  if (out.rows == 0) {
-    out.resize(static_cast<std::size_t>(size.height));
+  if (out.rows != 0) {
+    return out.rows == size.height;
   }
-  if (out.rows != size.height || !LieApart(out, image)) {
-    out.release();
-  }
-  return out;
+  const auto reserved = static_cast<std::size_t>(out.datalimit - out.data);
+  return !out.isSubmatrix() && reserved >= out.step[0] * static_cast<std::size_t>(size.height);
 }
 
-// The memory of `out` where that serves and overwrites nothing of the part, else a new matrix: the
-// memory of a large one is given to the process page by page, which takes longer than the work.
-cv::Mat MatrixFor(const cv::Mat& image, const cv::Mat& part, const cv::Rect& box,
-                  const cv::Mat& out) {
-  cv::Mat memory = MemoryFor(image.size(), image.type(), image, out);
-  const bool part_may_lie_there = out.rows == 0;
-  if (memory.empty() ||
-      !(LieApart(memory, part) || (part_may_lie_there && LiesInItsPlace(part, memory, box)))) {
-    memory = cv::Mat(image.size(), image.type());
+// The output itself where its memory serves and nothing of the part is overwritten there, else a
+// new matrix: the memory of a large one is given to the process page by page, which takes longer
+// than the work.
+cv::Mat& MatrixToRestoreInto(const cv::Mat& image, const cv::Mat& part, const cv::Rect& box,
+                             cv::Mat* out, cv::Mat* fresh) {
+  const bool part_may_lie_there = out->rows == 0;
+  if (OffersMemory(*out, image.size(), image.type(), image) &&
+      (LieApart(*out, part) || (part_may_lie_there && LiesInItsPlace(part, *out, box)))) {
+    out->resize(static_cast<std::size_t>(image.rows));
+    return *out;
   }
-  return memory;
+  fresh->create(image.size(), image.type());
+  return *fresh;
 }
 
 // Fills `restored` with `image`, the pixels on the runs taken from `part`, the content of the box,
@@ -280,17 +283,24 @@ cv::Mat MatrixFor(const cv::Mat& image, const cv::Mat& part, const cv::Rect& box
 void PutBack(const cv::Mat& image, const cv::Mat& part, const PixelRuns& covered,
              cv::Mat& restored) {
   const cv::Rect& box = covered.box;
-  const bool in_place = LiesInItsPlace(part, restored, box);
-  WalkPixels(
-      image.size(), covered.runs,
-      [&](const KelRun& run, std::ptrdiff_t first, std::ptrdiff_t end) {
-        if (!in_place) {
-          std::memcpy(restored.ptr(run.row, run.firstColumn),
-                      part.ptr(run.row - box.y, run.firstColumn - box.x),
-                      static_cast<std::size_t>(end - first) * image.elemSize());
-        }
-      },
-      PixelCopy(image, restored));
+  const auto take_from_part = [&](const KelRun& run, std::ptrdiff_t first, std::ptrdiff_t end) {
+    std::memcpy(restored.ptr(run.row, run.firstColumn),
+                part.ptr(run.row - box.y, run.firstColumn - box.x),
+                static_cast<std::size_t>(end - first) * image.elemSize());
+  };
+  const auto leave = [](const KelRun&, std::ptrdiff_t, std::ptrdiff_t) {};
+  const auto put = [&](auto copy_outside) {
+    if (LiesInItsPlace(part, restored, box)) {
+      WalkPixels(image.size(), covered.runs, leave, copy_outside);
+    } else {
+      WalkPixels(image.size(), covered.runs, take_from_part, copy_outside);
+    }
+  };
+  if (image.isContinuous() && restored.isContinuous()) {
+    put(PixelCopy(image, restored));
+  } else {
+    put(PixelCopyByRows(image, restored));
+  }
 }
 
 // Paints a continuous mask.
@@ -346,9 +356,12 @@ KelLong KelROIDataConvert::ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI
     if (masked == 0) {
       covered.TakeBox(covered->box, image.size());
     }
-    cv::Mat restored = MatrixFor(image, part, covered->box, *out);
+    cv::Mat fresh;
+    cv::Mat& restored = MatrixToRestoreInto(image, part, covered->box, out, &fresh);
     PutBack(image, part, *covered, restored);
-    *out = std::move(restored);
+    if (&restored == &fresh) {
+      *out = std::move(fresh);
+    }
     return 0;
   });
 }
@@ -364,13 +377,19 @@ KelLong KelROIDataConvert::GenMaskImage(cv::Mat& image, KelROI& roi, cv::Mat* ma
       return status;
     }
     const std::vector<KelRun> rim = filled != 0 ? std::vector<KelRun>() : RimOf(covered->runs);
-    cv::Mat painted = mask->rows == 0 ? MemoryFor(image.size(), CV_8UC1, image, *mask) : cv::Mat();
-    if (painted.empty() || !painted.isContinuous()) {
-      painted = cv::Mat(image.size(), CV_8UC1);
+    cv::Mat fresh;
+    const bool offered = mask->rows == 0 && OffersMemory(*mask, image.size(), CV_8UC1, image) &&
+                         mask->isContinuous();
+    if (offered) {
+      mask->resize(static_cast<std::size_t>(image.rows));
+    } else {
+      fresh.create(image.size(), CV_8UC1);
     }
     PaintMask(filled != 0 ? covered->runs : rim, inverted != 0 ? 0 : 255, inverted != 0 ? 255 : 0,
-              painted);
-    *mask = std::move(painted);
+              offered ? *mask : fresh);
+    if (!offered) {
+      *mask = std::move(fresh);
+    }
     return 0;
   });
 }
