@@ -8,8 +8,9 @@
 #include "KELRA/KelImageOperation.h"
 #include "frame/call_log.h"
 #include "frame/checks.h"
+#include "frame/pixel_copy.h"
 #include "frame/result_matrix.h"
-#include "frame/row_engine.h"
+#include "frame/row_views.h"
 
 namespace KELRA {
 namespace {
@@ -66,8 +67,7 @@ cv::Mat BytesOf(const BITMAP& bitmap) {
   return cv::Mat(bitmap.bmHeight, bitmap.bmWidthBytes, CV_8UC1, bitmap.bmBits);
 }
 
-// Copies the bytes from `offset` on, and zeros for those behind the end of `bytes`: a pixel of one
-// bit counts as a byte, so such a bitmap ends before its last pixels.
+// Copies the bytes from `offset` on, and zeros for those behind the end of `bytes`.
 void CopyRow(const cv::Mat& bytes, std::size_t offset, std::uint8_t* row, std::size_t row_bytes) {
   const std::size_t end = bytes.total();
   const std::size_t available = offset < end ? std::min(row_bytes, end - offset) : 0;
@@ -76,6 +76,23 @@ void CopyRow(const cv::Mat& bytes, std::size_t offset, std::uint8_t* row, std::s
   }
   if (available < row_bytes) {
     std::memset(row + available, 0, row_bytes - available);
+  }
+}
+
+// The bitmap's rows as those of the result, the last one first unless `top_down`.
+void CopyInOrder(const cv::Mat& bytes, bool top_down, const cv::Mat& result) {
+  const std::size_t row_bytes = result.elemSize() * static_cast<std::size_t>(result.cols);
+  const auto from = tbbup::RowsOf<const std::uint8_t>(bytes, RowRange(0, bytes.rows));
+  const auto to = tbbup::RowsOf<std::uint8_t>(result, RowRange(0, result.rows));
+  if (bytes.step[0] >= row_bytes) {
+    const kernels::Rows<const std::uint8_t> upwards{from[bytes.rows - 1], -from.step};
+    CopyByteRows(top_down ? from : upwards, to, result.rows, row_bytes);
+    return;
+  }
+  // A pixel of one bit counts as a byte: rows run into the next, and the last out of the bitmap.
+  for (int row = 0; row < result.rows; ++row) {
+    const int stored = top_down ? row : result.rows - 1 - row;
+    CopyRow(bytes, bytes.step[0] * static_cast<std::size_t>(stored), to[row], row_bytes);
   }
 }
 
@@ -98,14 +115,7 @@ Status ConvertBitmap(KelImage* dst, KelLong handle, int height, int width, int b
     fresh.create(height, width, CV_8UC(channels));
     result = &fresh;
   }
-  const std::size_t row_bytes = result->elemSize() * static_cast<std::size_t>(width);
-  const std::size_t bytes_moved = 2 * row_bytes * static_cast<std::size_t>(height);
-  ForEachRowRange(height, bytes_moved, [&](const RowRange& rows) {
-    for (int row = rows.begin(); row < rows.end(); ++row) {
-      const int from = top_down == 1 ? row : height - 1 - row;
-      CopyRow(bytes, bytes.step[0] * static_cast<std::size_t>(from), result->ptr(row), row_bytes);
-    }
-  });
+  CopyInOrder(bytes, top_down == 1, *result);
   AssignResult(*result, dst);
   log.Exit();
   return STATUS_OK;

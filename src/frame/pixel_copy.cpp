@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "frame/cache_size.h"
 #include "frame/kernels/row_kernels.h"
@@ -23,6 +24,10 @@ std::size_t BytesMoved(const Piece& piece) {
 // that may be late.
 constexpr std::size_t kSerialBytesOfCopy = std::size_t{4} * 1024 * 1024;
 
+// Through the caches nothing copies longer rows faster than the C library; for shorter ones a call
+// of it each takes longer than their bytes.
+constexpr std::ptrdiff_t kShortRow = 512;
+
 bool ExceedsCaches(std::size_t bytes) { return bytes > LastLevelCacheBytes(); }
 
 template <class Byte>
@@ -36,6 +41,36 @@ Rows<Byte> RowsFrom(const cv::Mat& mat, cv::Point first, std::size_t pixel_bytes
 
 bool ShouldStream(const Piece& piece) { return ExceedsCaches(BytesMoved(piece)); }
 
+void CopyByteRows(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst, int rows,
+                  std::size_t bytes) {
+  const std::size_t moved = 2 * static_cast<std::size_t>(rows) * bytes;
+  const bool streaming = ExceedsCaches(moved);
+  ForEachRowRange(
+      rows, moved,
+      [&](const RowRange& range) {
+        CopyByteRowsAlone({src[range.begin()], src.step}, {dst[range.begin()], dst.step},
+                          static_cast<int>(range.size()), bytes, streaming);
+      },
+      kSerialBytesOfCopy);
+}
+
+void CopyByteRowsAlone(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst, int rows,
+                       std::size_t bytes, bool streaming) {
+  std::ptrdiff_t count = rows;
+  auto row_bytes = static_cast<std::ptrdiff_t>(bytes);
+  // Rows that follow each other without a gap are one long row.
+  if (src.step == row_bytes && dst.step == row_bytes) {
+    row_bytes *= std::exchange(count, 1);
+  }
+  if (streaming || row_bytes <= kShortRow) {
+    kernels::ActiveRowKernels().copy(src, dst, {count, row_bytes, row_bytes, streaming});
+    return;
+  }
+  for (std::ptrdiff_t row = 0; row < count; ++row) {
+    std::memcpy(dst[row], src[row], static_cast<std::size_t>(row_bytes));
+  }
+}
+
 void CopyRows(const Piece& piece, const RowRange& rows, const cv::Mat& to, bool streaming) {
   const int begin = std::max(rows.begin(), piece.target.y);
   const int end = std::min(rows.end(), piece.target.y + piece.part.height);
@@ -46,20 +81,8 @@ void CopyRows(const Piece& piece, const RowRange& rows, const cv::Mat& to, bool 
   const cv::Point source(piece.part.x, piece.part.y + begin - piece.target.y);
   const auto src = RowsFrom<const std::uint8_t>(*piece.pixels, source, pixel_bytes);
   const auto dst = RowsFrom<std::uint8_t>(to, {piece.target.x, begin}, pixel_bytes);
-  const auto row_bytes =
-      static_cast<std::ptrdiff_t>(pixel_bytes * static_cast<std::size_t>(piece.part.width));
-  // Rows that follow each other without a gap are one long row.
-  const bool is_packed = src.step == row_bytes && dst.step == row_bytes;
-  const std::ptrdiff_t count = is_packed ? 1 : end - begin;
-  const std::ptrdiff_t bytes = is_packed ? (end - begin) * row_bytes : row_bytes;
-  if (streaming) {
-    kernels::ActiveRowKernels().stream(src, dst, {count, bytes, bytes, streaming});
-    return;
-  }
-  // Through the caches nothing copies faster than the C library.
-  for (std::ptrdiff_t row = 0; row < count; ++row) {
-    std::memcpy(dst[row], src[row], static_cast<std::size_t>(bytes));
-  }
+  CopyByteRowsAlone(src, dst, end - begin, pixel_bytes * static_cast<std::size_t>(piece.part.width),
+                    streaming);
 }
 
 void CopyPixels(const cv::Mat& from, const cv::Mat& to) {

@@ -3,9 +3,12 @@
 // the pixels of a small image.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <opencv2/core.hpp>
 #include <span>
 
+#include "frame/kernels/row_kernels.h"
 #include "frame/row_engine.h"
 
 namespace KELRA {
@@ -38,5 +41,13 @@ bool ShouldStream(const Piece& piece);
 // Copies what of the piece lies in the rows of `to`, on the calling thread, past the caches when
 // streaming.
 void CopyRows(const Piece& piece, const RowRange& rows, const cv::Mat& to, bool streaming = false);
+
+// Copies so many rows of bytes to others that share none with them; their steps may be 0 or less.
+void CopyByteRows(kernels::Rows<const std::uint8_t> src, kernels::Rows<std::uint8_t> dst, int rows,
+                  std::size_t bytes);
+
+// The same on the calling thread, past the caches when streaming.
+void CopyByteRowsAlone(kernels::Rows<const std::uint8_t> src, kernels::Rows<std::uint8_t> dst,
+                       int rows, std::size_t bytes, bool streaming = false);
 
 }  // namespace KELRA

@@ -1,4 +1,4 @@
-// Samples of one depth as those of the other, and as they are.
+// Samples of one depth as those of the other.
 
 // Bytes to be loaded as one vector of words.
 struct AsWords {
@@ -48,17 +48,21 @@ struct SaturatedToBytes {
   static Bytes Vector(const TwoWords& s) { return NarrowInOrder(s.low, s.high); }
 };
 
+// The extent is a copy that no store can reach: short rows would wait for it otherwise.
+template <bool kStreaming, class Loaded, class Formula, class From, class To>
+inline void ConvertRows(Rows<const From> src, Rows<To> dst, Extent extent) {
+  for (std::ptrdiff_t row = 0; row < extent.rows; ++row) {
+    WalkBlocks<kStreaming>(Formula{}, extent.samples, dst[row], Loaded{src[row]});
+  }
+}
+
 template <class Loaded, class Formula, class From, class To>
 void ConvertDepth(Rows<const From> src, Rows<To> dst, const Extent& extent) {
-  for (std::ptrdiff_t row = 0; row < extent.rows; ++row) {
-    if (extent.streaming) {
-      WalkBlocks<true>(Formula{}, extent.samples, dst[row], Loaded{src[row]});
-    } else {
-      WalkBlocks<false>(Formula{}, extent.samples, dst[row], Loaded{src[row]});
-    }
-  }
   if (extent.streaming) {
+    ConvertRows<true, Loaded, Formula>(src, dst, extent);
     _mm_sfence();
+  } else {
+    ConvertRows<false, Loaded, Formula>(src, dst, extent);
   }
 }
 
@@ -66,9 +70,3 @@ inline constexpr DepthConversions kDepthConversions = {
     .to_words = ConvertDepth<AsWords, Unchanged>,
     .to_bytes = ConvertDepth<WordsPerByte, SaturatedToBytes>,
 };
-
-inline void StreamBytesOfRows(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst,
-                              const Extent& extent) {
-  ConvertDepth<const std::uint8_t*, Unchanged>(src, dst,
-                                               {extent.rows, extent.samples, extent.blocks, true});
-}

@@ -209,9 +209,9 @@ struct DepthConversions {
   void (*to_bytes)(Rows<const std::uint16_t> src, Rows<std::uint8_t> dst, const Extent& extent);
 };
 
-// dst = src past the caches, whatever `extent.streaming` says
-using StreamBytes = void (*)(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst,
-                             const Extent& extent);
+// dst = src, which share no bytes
+using CopyBytes = void (*)(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst,
+                           const Extent& extent);
 
 struct RowKernels {
   const char* instruction_set;
@@ -220,7 +220,7 @@ struct RowKernels {
   DepthConversions depth;
   // Bit i of bits[w], for each of the words, tells whether mask[64 * w + i] is 255.
   void (*bits_of_mask)(const std::uint8_t* mask, std::ptrdiff_t words, std::uint64_t* bits);
-  StreamBytes stream;
+  CopyBytes copy;
 
   template <class Sample>
   const SampleKernels<Sample>& For() const {

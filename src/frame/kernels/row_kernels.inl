@@ -844,6 +844,9 @@ void Means(Rows<float> sums, Rows<Sample> dst, const Extent& extent, float facto
 #include "frame/kernels/painting_kernels.inl"
 #include "frame/kernels/reduction_kernels.inl"
 
+// Of the conversion between depths that is none.
+#include "frame/kernels/byte_copy.inl"
+
 template <class Sample>
 inline constexpr SampleKernels<Sample> kSampleKernels = {
     .with_constant = {WithConstant<Sample, PlusConstant, NearestInBlocks>,
@@ -896,5 +899,5 @@ constexpr RowKernels KernelsNamed(const char* instruction_set) {
           kSampleKernels<std::uint16_t>,
           kDepthConversions,
           BitsOfMask,
-          StreamBytesOfRows};
+          CopyBytesOfRows};
 }

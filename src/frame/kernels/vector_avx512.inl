@@ -86,6 +86,10 @@ inline void StorePartial(std::uint16_t* p, Words a, std::ptrdiff_t count) {
   _mm512_mask_storeu_epi16(p, (__mmask32{1} << count) - 1, a.v);
 }
 
+inline void CopyPartially(const std::uint8_t* src, std::uint8_t* dst, std::ptrdiff_t count) {
+  StorePartial(dst, LoadPartial(src, count), count);
+}
+
 // Past the caches; the address must be a multiple of the vector's size.
 inline void Stream(std::uint8_t* p, Bytes a) {
   _mm512_stream_si512(reinterpret_cast<__m512i*>(p), a.v);

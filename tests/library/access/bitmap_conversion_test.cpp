@@ -81,6 +81,23 @@ TEST(ImageConvertBITMAP, CopiesEveryFormatInBothOrders) {
   }
 }
 
+// Shared out among threads; and past the caches.
+TEST(ImageConvertBITMAP, CopiesLargeBitmapsInBothOrders) {
+  for (const cv::Size& size : {cv::Size(701, 1501), cv::Size(4001, 1501)}) {
+    for (const int top_down : {0, 1}) {
+      SCOPED_TRACE(testing::Message() << size << ", top down " << top_down);
+      const Bitmap bitmap = MakeBitmap(size.width, size.height, 24);
+      KelImageOperation op;
+      KelImage dst;
+      ASSERT_EQ(
+          op.ImageConvertBITMAP(&dst, bitmap.Value(), size.height, size.width, 8, 3, top_down),
+          STATUS_OK);
+      ASSERT_TRUE(
+          SameImage(dst.Mat(), ExpectedImage(bitmap, size.width, size.height, 3, top_down == 1)));
+    }
+  }
+}
+
 TEST(ImageConvertBITMAP, BottomUpBeginsWithTheLastStoredRow) {
   const Bitmap bitmap = MakeBitmap(2, 3, 24);
   KelImageOperation op;

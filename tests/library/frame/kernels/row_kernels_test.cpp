@@ -136,16 +136,25 @@ TEST_P(StreamingRowKernels, ReduceImagesToTheSameBytes) {
 
 TEST_P(StreamingRowKernels, CopyEveryByteAndNoOther) {
   const std::vector<std::uint8_t> src = RandomBytes(1);
-  const auto rows = AtConst<std::uint8_t>(src);
+  const auto downwards = AtConst<std::uint8_t>(src);
+  const Rows<const std::uint8_t> upwards{downwards[kRows - 1], -downwards.step};
+  const Rows<const std::uint8_t> repeated{downwards[0], 0};
   for (int offset = 0; offset < 64; ++offset) {
-    for (const std::ptrdiff_t bytes : {1, 7, 63, 64, 65, 128, 200, 400}) {
-      std::vector<std::uint8_t> expected = RandomBytes(9);
-      for (std::ptrdiff_t row = 0; row < kRows; ++row) {
-        std::copy_n(rows[row], bytes, At<std::uint8_t>(&expected, offset)[row]);
+    for (const std::ptrdiff_t bytes :
+         {0, 1, 7, 15, 16, 17, 31, 32, 33, 63, 64, 65, 128, 200, 400}) {
+      for (const auto& rows : {downwards, upwards, repeated}) {
+        std::vector<std::uint8_t> expected = RandomBytes(9);
+        for (std::ptrdiff_t row = 0; row < kRows; ++row) {
+          std::copy_n(rows[row], bytes, At<std::uint8_t>(&expected, offset)[row]);
+        }
+        for (const bool streaming : {false, true}) {
+          std::vector<std::uint8_t> copied = RandomBytes(9);
+          GetParam()->copy(rows, At<std::uint8_t>(&copied, offset),
+                           {kRows, bytes, bytes, streaming});
+          ASSERT_EQ(copied, expected) << bytes << " bytes, offset " << offset << ", step "
+                                      << rows.step << ", streaming " << streaming;
+        }
       }
-      std::vector<std::uint8_t> streamed = RandomBytes(9);
-      GetParam()->stream(rows, At<std::uint8_t>(&streamed, offset), {kRows, bytes, bytes});
-      ASSERT_EQ(streamed, expected) << bytes << " bytes, offset " << offset;
     }
   }
 }
