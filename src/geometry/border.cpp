@@ -12,6 +12,7 @@
 #include "frame/checks.h"
 #include "frame/pixel_copy.h"
 #include "frame/result_matrix.h"
+#include "frame/row_views.h"
 
 namespace KELRA {
 namespace {
@@ -64,31 +65,33 @@ void Surround(const cv::Mat& input, cv::Point corner, const std::uint8_t* border
   const std::size_t row_bytes = static_cast<std::size_t>(result.cols) * result.elemSize();
   const std::size_t left = static_cast<std::size_t>(corner.x) * result.elemSize();
   const std::size_t end = left + static_cast<std::size_t>(input.cols) * result.elemSize();
-  const auto fill = [&](std::uint8_t* pixels, std::size_t bytes) {
-    std::memcpy(pixels, border_row, bytes);
+  const std::size_t right = row_bytes - end;
+  const auto rows = tbbup::RowsOf<std::uint8_t>(result, RowRange(0, result.rows));
+  const auto fill = [&](int first, int count, std::size_t from, std::size_t bytes) {
+    CopyByteRowsAlone({border_row, 0}, {rows[first] + from, rows.step}, count, bytes);
   };
   const int bottom = corner.y + input.rows;
-  for (int row = 0; row < result.rows; ++row) {
-    if (row < corner.y || row >= bottom) {
-      fill(result.data + result.step[0] * static_cast<std::size_t>(row), row_bytes);
-    }
-  }
+  fill(0, corner.y, 0, row_bytes);
+  fill(bottom, result.rows - bottom, 0, row_bytes);
   const Piece inner = WholeOf(input, corner);
   const bool streaming = ShouldStream(inner);
   const int rows_at_once = static_cast<int>(std::max<std::size_t>(kBytesAtOnce / row_bytes, 1));
   // Where rows follow each other without a gap, what is right of one and left of the next is one.
   const bool is_packed = result.step[0] == row_bytes;
-  const std::size_t right = row_bytes - end;
+  const int last = bottom - 1;
   for (int first = corner.y; first < bottom; first += rows_at_once) {
-    const RowRange rows(first, std::min(bottom, first + rows_at_once));
-    CopyRows(inner, rows, result, streaming);
-    for (int row = rows.begin(); row < rows.end(); ++row) {
-      std::uint8_t* pixels = result.data + result.step[0] * static_cast<std::size_t>(row);
-      if (!is_packed || row == corner.y) {
-        fill(pixels, left);
-      }
-      fill(pixels + end, is_packed && row + 1 < bottom ? right + left : right);
+    const int count = std::min(rows_at_once, bottom - first);
+    CopyRows(inner, RowRange(first, first + count), result, streaming);
+    if (is_packed) {
+      fill(first, std::min(count, last - first), end, right + left);
+    } else {
+      fill(first, count, 0, left);
+      fill(first, count, end, right);
     }
+  }
+  if (is_packed) {
+    fill(corner.y, 1, 0, left);
+    fill(last, 1, end, right);
   }
 }
 
