@@ -362,8 +362,8 @@ class KELIMAGEOPERATION_API KelImageOperation {
   KelLong Transpose(KelImage& src, KelImage* dst);
 
   // dst = src warped by the affine map that takes each of the three points `from` to the point of
-  // the same index in `to` (cv::getAffineTransform): an image of src's size, sampled bilinearly as by
-  // cv::warpAffine, 0 where nothing of src lands.
+  // the same index in `to` (cv::getAffineTransform): an image of src's size, sampled bilinearly as
+  // by cv::warpAffine, 0 where nothing of src lands.
   //
   // Points are narrowed to single precision; three on a line determine no map, and the result is
   // what OpenCV makes of it. Statuses in order: ERR_IMAGE_EMPTY, ERR_BIT_DEPTH, ERR_POINT_COUNT

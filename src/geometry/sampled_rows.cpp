@@ -103,7 +103,7 @@ Columns SampledRows::Reached(const GridRow& source) const {
 
 template <class Sample>
 void SampledRows::WriteAs(const GridRow& source, Columns reached, double around,
-                           Sample* row) const {
+                          Sample* row) const {
   const auto& kernels = kernels::ActiveRowKernels().For<Sample>();
   const std::ptrdiff_t channels = image_.channels();
   const auto on_grid =

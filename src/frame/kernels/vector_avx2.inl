@@ -240,6 +240,28 @@ inline Bytes NarrowInOrder(Words a, Words b) {
   return {_mm256_permute4x64_epi64(packed, 0xD8)};
 }
 
+// Of each two neighbours, weighted by less than 128.
+inline Words SumOfProducts(Bytes samples, Bytes weights) {
+  return {_mm256_maddubs_epi16(samples.v, weights.v)};
+}
+// (a * (32 - share_of_b) + b * share_of_b) / 1024, rounded half up, of words below 2^15.
+inline __m256i WeightedMean(__m256i pairs, __m256i shares) {
+  const __m256i sums = _mm256_madd_epi16(pairs, shares);
+  return _mm256_srli_epi32(_mm256_add_epi32(sums, _mm256_set1_epi32(512)), 10);
+}
+inline Words WeightedMean(Words a, Words b, Words share_of_b) {
+  const __m256i share_of_a = _mm256_sub_epi16(_mm256_set1_epi16(32), share_of_b.v);
+  return Narrow(WeightedMean(_mm256_unpacklo_epi16(a.v, b.v),
+                             _mm256_unpacklo_epi16(share_of_a, share_of_b.v)),
+                WeightedMean(_mm256_unpackhi_epi16(a.v, b.v),
+                             _mm256_unpackhi_epi16(share_of_a, share_of_b.v)));
+}
+// Of each eight bytes, the first three and the next three in turn.
+inline Bytes SideBySide(Bytes a) {
+  return {_mm256_shuffle_epi8(a.v, _mm256_broadcastsi128_si256(_mm_setr_epi8(
+                                       0, 3, 1, 4, 2, 5, 6, 7, 8, 11, 9, 12, 10, 13, 14, 15)))};
+}
+
 // Divides whole numbers below 2^16 by each other, to the bit as a division does and several times
 // as fast: the product with the reciprocal's two halves. It is off by 2^-47 at most, relatively,
 // while such a quotient keeps 2^-41 away from where rounding changes; a test compares all pairs.

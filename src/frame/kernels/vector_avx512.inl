@@ -272,6 +272,28 @@ inline Bytes NarrowInOrder(Words a, Words b) {
   return {_mm512_inserti64x4(low, _mm512_cvtusepi16_epi8(b.v), 1)};
 }
 
+// Of each two neighbours, weighted by less than 128.
+inline Words SumOfProducts(Bytes samples, Bytes weights) {
+  return {_mm512_maddubs_epi16(samples.v, weights.v)};
+}
+// (a * (32 - share_of_b) + b * share_of_b) / 1024, rounded half up, of words below 2^15.
+inline __m512i WeightedMean(__m512i pairs, __m512i shares) {
+  const __m512i sums = _mm512_madd_epi16(pairs, shares);
+  return _mm512_srli_epi32(_mm512_add_epi32(sums, _mm512_set1_epi32(512)), 10);
+}
+inline Words WeightedMean(Words a, Words b, Words share_of_b) {
+  const __m512i share_of_a = _mm512_sub_epi16(_mm512_set1_epi16(32), share_of_b.v);
+  return Narrow(WeightedMean(_mm512_unpacklo_epi16(a.v, b.v),
+                             _mm512_unpacklo_epi16(share_of_a, share_of_b.v)),
+                WeightedMean(_mm512_unpackhi_epi16(a.v, b.v),
+                             _mm512_unpackhi_epi16(share_of_a, share_of_b.v)));
+}
+// Of each eight bytes, the first three and the next three in turn.
+inline Bytes SideBySide(Bytes a) {
+  return {_mm512_shuffle_epi8(a.v, _mm512_broadcast_i32x4(_mm_setr_epi8(
+                                       0, 3, 1, 4, 2, 5, 6, 7, 8, 11, 9, 12, 10, 13, 14, 15)))};
+}
+
 // Divides whole numbers below 2^16 by each other, to the bit as a division does and several times
 // as fast: the product with the reciprocal's two halves. It is off by 2^-47 at most, relatively,
 // while such a quotient keeps 2^-41 away from where rounding changes; a test compares all pairs.

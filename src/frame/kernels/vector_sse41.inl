@@ -229,6 +229,27 @@ inline Bytes NarrowInOrder(Words a, Words b) {
   return {_mm_packus_epi16(Smaller(a, limit).v, Smaller(b, limit).v)};
 }
 
+// Of each two neighbours, weighted by less than 128.
+inline Words SumOfProducts(Bytes samples, Bytes weights) {
+  return {_mm_maddubs_epi16(samples.v, weights.v)};
+}
+// (a * (32 - share_of_b) + b * share_of_b) / 1024, rounded half up, of words below 2^15.
+inline __m128i WeightedMean(__m128i pairs, __m128i shares) {
+  const __m128i sums = _mm_madd_epi16(pairs, shares);
+  return _mm_srli_epi32(_mm_add_epi32(sums, _mm_set1_epi32(512)), 10);
+}
+inline Words WeightedMean(Words a, Words b, Words share_of_b) {
+  const __m128i share_of_a = _mm_sub_epi16(_mm_set1_epi16(32), share_of_b.v);
+  return Narrow(
+      WeightedMean(_mm_unpacklo_epi16(a.v, b.v), _mm_unpacklo_epi16(share_of_a, share_of_b.v)),
+      WeightedMean(_mm_unpackhi_epi16(a.v, b.v), _mm_unpackhi_epi16(share_of_a, share_of_b.v)));
+}
+// Of each eight bytes, the first three and the next three in turn.
+inline Bytes SideBySide(Bytes a) {
+  return {
+      _mm_shuffle_epi8(a.v, _mm_setr_epi8(0, 3, 1, 4, 2, 5, 6, 7, 8, 11, 9, 12, 10, 13, 14, 15))};
+}
+
 struct Divisor {
   Floats value;
 
