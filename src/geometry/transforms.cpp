@@ -1,7 +1,9 @@
 // Transpose, Affine, Perspective.
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <opencv2/imgproc.hpp>
 
 #include "KELRA/KelImageOperation.h"
@@ -9,6 +11,7 @@
 #include "frame/checks.h"
 #include "frame/result_matrix.h"
 #include "frame/row_engine.h"
+#include "frame/row_views.h"
 #include "geometry/sampled_rows.h"
 
 namespace KELRA {
@@ -29,6 +32,32 @@ std::array<cv::Point2f, kCount> InSinglePrecision(const KelPointArray& points) {
     narrowed[i] = {static_cast<float>(point.x), static_cast<float>(point.y)};
   }
   return narrowed;
+}
+
+// Rows of the result that go to one thread, at least: a kernel's tile.
+constexpr int kRowsAtOnce = 16;
+
+template <class Sample>
+void TransposeAs(const cv::Mat& input, const cv::Mat& result) {
+  const auto transpose = kernels::ActiveRowKernels().For<Sample>().transpose;
+  const int groups = (result.rows + kRowsAtOnce - 1) / kRowsAtOnce;
+  ForEachRowRange(groups, 2 * tbbup::PixelBytes(input), [&](const RowRange& range) {
+    const RowRange rows(range.begin() * kRowsAtOnce,
+                        std::min(range.end() * kRowsAtOnce, result.rows));
+    const cv::Mat columns = input.colRange(rows.begin(), rows.end());
+    transpose(tbbup::RowsOf<const Sample>(columns, RowRange(0, columns.rows)),
+              tbbup::RowsOf<Sample>(result, rows), columns.rows, columns.cols);
+  });
+}
+
+void TransposePixels(const cv::Mat& input, cv::Mat* result) {
+  if (input.type() == CV_8UC1) {
+    TransposeAs<std::uint8_t>(input, *result);
+  } else if (input.type() == CV_16UC1) {
+    TransposeAs<std::uint16_t>(input, *result);
+  } else {
+    cv::transpose(input, *result);
+  }
 }
 
 // cv::warpAffine with linear interpolation, 0 outside the image; usual images by our own kernels.
@@ -59,7 +88,7 @@ KelLong KelImageOperation::Transpose(KelImage& src, KelImage* dst) {
   const cv::Size size(input.rows, input.cols);
   cv::Mat fresh;
   cv::Mat& result = ResultMatrixApart(input, dst, size, input.type(), &fresh);
-  cv::transpose(input, result);
+  TransposePixels(input, &result);
   AssignResult(result, dst);
   log.Exit();
   return STATUS_OK;

@@ -173,6 +173,10 @@ struct SampleKernels {
   using OnGrid = void (*)(const SampledImage<Sample>& image, GridRow row, std::ptrdiff_t count,
                           Sample around, Sample* dst);
 
+  // dst = so many rows and columns of src, exchanged; the two lie apart
+  using Transpose = void (*)(Rows<const Sample> src, Rows<Sample> dst, std::ptrdiff_t rows,
+                             std::ptrdiff_t columns);
+
   // dst = value, the first of so many samples and all others, or every third from it
   using Paint = void (*)(Sample* dst, std::ptrdiff_t samples, Sample value);
 
@@ -198,6 +202,7 @@ struct SampleKernels {
   Bilinear bilinear_of_three_channels;
   OnGrid on_grid_of_one_channel;
   OnGrid on_grid_of_three_channels;
+  Transpose transpose;
   Paint fill;
   Paint set_thirds;
 };

@@ -843,6 +843,7 @@ void Means(Rows<float> sums, Rows<Sample> dst, const Extent& extent, float facto
 #include "frame/kernels/mask_bits.inl"
 #include "frame/kernels/painting_kernels.inl"
 #include "frame/kernels/reduction_kernels.inl"
+#include "frame/kernels/transposition.inl"
 
 // Of the conversion between depths that is none.
 #include "frame/kernels/byte_copy.inl"
@@ -889,6 +890,7 @@ inline constexpr SampleKernels<Sample> kSampleKernels = {
     .bilinear_of_three_channels = Bilinear<Sample, 3>,
     .on_grid_of_one_channel = SampleOnGrid<Sample, 1>,
     .on_grid_of_three_channels = SampleOnGrid<Sample, 3>,
+    .transpose = Transpose<Sample>,
     .fill = Fill<Sample>,
     .set_thirds = SetThirds<Sample>,
 };

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "KELRA/KelImageOperation.h"
+#include "every_instruction_set.h"
 #include "fake_settings.h"
 #include "recorded_log.h"
 #include "test_images.h"
@@ -278,6 +279,40 @@ TEST_P(Warps, GiveTheSameBytesUnderEveryParallelSetting) {
     KelImage dst;
     ASSERT_EQ(Run(src, &dst, method.from, method.to), STATUS_OK);
     EXPECT_TRUE(SameImage(dst.Mat(), expected)) << parallel;
+  }
+}
+
+class TransposeOnEverySet : public kelra_test::EveryInstructionSet {};
+KELRA_INSTANTIATE_FOR_EVERY_INSTRUCTION_SET(TransposeOnEverySet);
+
+TEST_P(TransposeOnEverySet, ExchangesRowsAndColumnsOfEverySize) {
+  KelImageOperation operation;
+  for (const int type : {CV_8UC1, CV_16UC1}) {
+    for (int height = 1; height <= 70; ++height) {
+      for (const int width : {1, 2, 7, 8, 9, 15, 16, 17, 24, 31, 32, 33, 63, 64, 65, 70, 130}) {
+        GuardedImage input(RandomImage(height, width, type), 4, 6);
+        GuardedImage output(cv::Mat::zeros(width, height, type), 2, 10);
+        KelImage src(input.Mat());
+        KelImage dst(output.Mat());
+        ASSERT_EQ(operation.Transpose(src, &dst), STATUS_OK);
+        ASSERT_TRUE(SameImage(output.Mat(), Transposed(input.Mat()))) << width << " x " << height;
+        ASSERT_TRUE(output.SurroundingsUntouched()) << width << " x " << height;
+      }
+    }
+  }
+}
+
+TEST(Transpose, GivesTheSameBytesUnderEveryParallelSetting) {
+  KelImageOperation operation;
+  for (const int type : kelra_test::kPixelTypes) {
+    KelImage src(RandomImage(1100, 1003, type));
+    const cv::Mat expected = Transposed(src.Mat());
+    for (const int parallel : kelra_test::ParallelSettingsFor(src.Width())) {
+      const kelra_test::ScopedSettings settings({.parallel = parallel});
+      KelImage dst;
+      ASSERT_EQ(operation.Transpose(src, &dst), STATUS_OK);
+      EXPECT_TRUE(SameImage(dst.Mat(), expected)) << parallel;
+    }
   }
 }
 
