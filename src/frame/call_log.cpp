@@ -15,14 +15,14 @@ thread_local bool t_paused = false;
 LogPause::LogPause() { t_paused = true; }
 LogPause::~LogPause() { t_paused = false; }
 
-CallLog::CallLog(const LogLines& lines) : lines_(lines) {
-  if (!t_paused) {
+CallLog::CallLog(const LogLines& lines) : lines_(lines), paused_(t_paused) {
+  if (!paused_) {
     logger_.Log(kStart, kModule, lines_.function, lines_.start);
   }
 }
 
 void CallLog::Exit() {
-  if (!t_paused) {
+  if (!paused_) {
     logger_.Log(kExit, kModule, lines_.function, lines_.exit);
   }
 }

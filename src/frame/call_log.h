@@ -18,6 +18,7 @@ class CallLog {
  private:
   KelFastLoggerPrivate logger_;
   const LogLines& lines_;
+  bool paused_;
 };
 
 // While one exists, its thread's calls log nothing: the log has told of work that is repeated.
