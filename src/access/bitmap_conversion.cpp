@@ -108,12 +108,11 @@ Status ConvertBitmap(KelImage* dst, KelLong handle, int height, int width, int b
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
 
   const cv::Mat bytes = BytesOf(bitmap);
-  cv::Mat fresh;
+  SpareMatrix fresh;
   cv::Mat* result = &ResultMatrix(dst, {width, height}, CV_8UC(channels), &fresh);
   if (SharesPixels(*result, bytes)) {
     // The bitmap's memory ends with it.
-    fresh.create(height, width, CV_8UC(channels));
-    result = &fresh;
+    result = &fresh.Create({width, height}, CV_8UC(channels));
   }
   CopyInOrder(bytes, top_down == 1, *result);
   AssignResult(*result, dst);

@@ -127,12 +127,12 @@ Status FillWholeImage(KelImage& src, bool holes_only, KelImage* dst) {
   KelImage image = src;
   Contours contours;
   KELRA_RETURN_IF_ERROR(contours.Find(image));
-  cv::Mat fresh;
+  SpareMatrix fresh;
   cv::Mat& result = ResultMatrix(dst, src.Mat().size(), CV_8UC1, &fresh);
   if (holes_only) {
     DrawHoles(contours, &result);
   } else {
-    cv::Mat copy;
+    SpareMatrix copy;
     InputToReadWhileWriting(result, src.Mat(), &copy).copyTo(result);
     FillHoles(contours, &result);
   }

@@ -148,7 +148,7 @@ Status CallFrame::RunUnderMask(KelROI& roi, KelImage* dst, Work work) {
 
 Status CallFrame::RunUnderMaskOnRows(KelROI& roi, cv::Range rows, KelImage* dst, Work work) {
   const cv::Mat& pixels = input_->Mat();
-  cv::Mat fresh;
+  SpareMatrix fresh;
   cv::Mat& result = ResultMatrix(dst, pixels.size(), pixels.type(), &fresh);
   const KelImage part(pixels.rowRange(rows));
   cv::Mat part_of_result = result.rowRange(rows);

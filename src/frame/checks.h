@@ -1,4 +1,5 @@
-// The checks that methods put together, each in its own order.
+// The checks that methods put together, each in its own order. Each asks an image for its matrix; a
+// method with many checks on one image asks once and checks the matrix.
 #pragma once
 
 #include "KELRA/KelData.h"
@@ -26,8 +27,11 @@ inline Status CheckBitDepth(const cv::Mat& mat) {
 inline Status CheckBitDepth(const KelImage& image) { return CheckBitDepth(image.Mat()); }
 
 // ERR_DEPTH_MISMATCH: samples of different types.
+inline Status CheckSameDepth(const cv::Mat& first, const cv::Mat& second) {
+  return first.depth() == second.depth() ? STATUS_OK : ERR_DEPTH_MISMATCH;
+}
 inline Status CheckSameDepth(const KelImage& first, const KelImage& second) {
-  return first.Mat().depth() == second.Mat().depth() ? STATUS_OK : ERR_DEPTH_MISMATCH;
+  return CheckSameDepth(first.Mat(), second.Mat());
 }
 
 // ERR_CHANNEL_COUNT: neither one nor three channels.

@@ -31,23 +31,24 @@ bool CanBeReadWhileWriting(const cv::Mat& result, const cv::Mat& input) {
 
 }  // namespace
 
-cv::Mat& ResultMatrix(KelImage* output, cv::Size size, int type, cv::Mat* fresh) {
-  cv::Mat& own = output->Mat();
-  if (Holds(own, size, type)) {
-    return own;
-  }
-  CreateInLargePages(size, type, fresh);
-  return *fresh;
+cv::Mat& SpareMatrix::Create(cv::Size size, int type) {
+  mat_.emplace();
+  CreateInLargePages(size, type, &*mat_);
+  return *mat_;
 }
 
-bool SharesPixels(const cv::Mat& a, const cv::Mat& b) {
-  if (a.data == nullptr || b.data == nullptr) {
-    return false;
-  }
+cv::Mat& SpareMatrix::Clone(const cv::Mat& mat) { return mat_.emplace(mat.clone()); }
+
+cv::Mat& ResultMatrix(KelImage* output, cv::Size size, int type, SpareMatrix* fresh) {
+  cv::Mat& own = output->Mat();
+  return Holds(own, size, type) ? own : fresh->Create(size, type);
+}
+
+bool SharesPixelsOfOneBlock(const cv::Mat& a, const cv::Mat& b) {
   const auto begin_a = reinterpret_cast<std::uintptr_t>(a.data);
   const auto begin_b = reinterpret_cast<std::uintptr_t>(b.data);
   if (begin_b < begin_a) {
-    return SharesPixels(b, a);
+    return SharesPixelsOfOneBlock(b, a);
   }
   const auto distance = static_cast<std::ptrdiff_t>(begin_b - begin_a);
   if (distance >= RowStep(a) * (a.rows - 1) + RowBytes(a)) {
@@ -67,42 +68,31 @@ bool SharesPixels(const cv::Mat& a, const cv::Mat& b) {
 
 bool IsHeldAlone(const cv::Mat& mat) { return mat.u != nullptr && mat.u->refcount == 1; }
 
-const cv::Mat& InputToReadWhileWriting(const cv::Mat& result, const cv::Mat& input, cv::Mat* copy) {
-  if (CanBeReadWhileWriting(result, input)) {
-    return input;
-  }
-  *copy = input.clone();
-  return *copy;
+const cv::Mat& InputToReadWhileWriting(const cv::Mat& result, const cv::Mat& input,
+                                       SpareMatrix* copy) {
+  return CanBeReadWhileWriting(result, input) ? input : copy->Clone(input);
 }
 
 void ComputePixelwise(const cv::Mat& input, int type, KelImage* output, PixelwiseWork work) {
-  cv::Mat& own = output->Mat();
-  // The common case makes no matrix: on a small image that would take as long as its pixels.
-  if (Holds(own, input.size(), type) && CanBeReadWhileWriting(own, input)) {
-    work(input, own);
-    return;
-  }
-  cv::Mat fresh;
+  SpareMatrix fresh;
   cv::Mat& result = ResultMatrix(output, input.size(), type, &fresh);
-  cv::Mat copy;
+  SpareMatrix copy;
   work(InputToReadWhileWriting(result, input, &copy), result);
   AssignResult(result, output);
 }
 
 cv::Mat& ResultMatrixApart(const cv::Mat& input, KelImage* output, cv::Size size, int type,
-                           cv::Mat* fresh) {
-  if (SharesPixels(input, output->Mat())) {
-    CreateInLargePages(size, type, fresh);
-    return *fresh;
-  }
-  return ResultMatrix(output, size, type, fresh);
+                           SpareMatrix* fresh) {
+  return SharesPixels(input, output->Mat()) ? fresh->Create(size, type)
+                                            : ResultMatrix(output, size, type, fresh);
 }
 
 void AssignResult(const cv::Mat& result, KelImage* output) {
   // A result written in place is there already; counting its references would cost more than a
   // small image.
-  if (output->Mat().data != result.data) {
-    output->Mat() = result;
+  cv::Mat& own = output->Mat();
+  if (own.data != result.data) {
+    own = result;
   }
 }
 

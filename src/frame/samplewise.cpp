@@ -54,7 +54,7 @@ void CombineMatrices(const cv::Mat& first, const cv::Mat& second, cv::Mat* resul
 void CombineImages(const KelImage& first, const KelImage& second, KelImage* dst,
                    kernels::Combination operation) {
   ComputePixelwise(first.Mat(), dst, [&](const cv::Mat& a, cv::Mat& result) {
-    cv::Mat copy;
+    SpareMatrix copy;
     const cv::Mat& b = InputToReadWhileWriting(result, second.Mat(), &copy);
     CombineMatrices(a, b, &result, operation);
   });

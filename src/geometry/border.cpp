@@ -119,7 +119,7 @@ KelLong KelImageOperation::AddBorder(KelImage& src, KelImage* dst, int left, int
   }
   try {
     const cv::Size size(static_cast<int>(columns), static_cast<int>(rows));
-    cv::Mat fresh;
+    SpareMatrix fresh;
     cv::Mat& result = ResultMatrixApart(input, dst, size, input.type(), &fresh);
     const std::size_t row_bytes = static_cast<std::size_t>(result.cols) * result.elemSize();
     cv::AutoBuffer<std::uint8_t> border_row(row_bytes);

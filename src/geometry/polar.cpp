@@ -49,7 +49,7 @@ Status CheckSector(float start_angle, float end_angle, int inner_radius, int out
 // the input is 0.
 template <class Map>
 void Remap(const cv::Mat& input, const Map& map, KelImage* dst) {
-  cv::Mat fresh;
+  SpareMatrix fresh;
   cv::Mat& result = ResultMatrixApart(input, dst, input.size(), input.type(), &fresh);
   const int strip_rows = std::max(1, kStripPixels / input.cols);
   const std::size_t map_bytes = 2 * sizeof(float);

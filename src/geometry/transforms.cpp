@@ -86,7 +86,7 @@ KelLong KelImageOperation::Transpose(KelImage& src, KelImage* dst) {
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
   const cv::Mat& input = src.Mat();
   const cv::Size size(input.rows, input.cols);
-  cv::Mat fresh;
+  SpareMatrix fresh;
   cv::Mat& result = ResultMatrixApart(input, dst, size, input.type(), &fresh);
   TransposePixels(input, &result);
   AssignResult(result, dst);
@@ -104,7 +104,7 @@ KelLong KelImageOperation::Affine(KelImage& src, KelImage* dst, KelPointArray& f
   const cv::Mat& input = src.Mat();
   const cv::Matx23d forward = cv::getAffineTransform(InSinglePrecision<kAffinePoints>(from).data(),
                                                      InSinglePrecision<kAffinePoints>(to).data());
-  cv::Mat fresh;
+  SpareMatrix fresh;
   cv::Mat& result = ResultMatrixApart(input, dst, input.size(), input.type(), &fresh);
   WarpAffine(input, forward, &result);
   AssignResult(result, dst);
@@ -123,7 +123,7 @@ KelLong KelImageOperation::Perspective(KelImage& src, KelImage* dst, KelPointArr
   const cv::Mat forward =
       cv::getPerspectiveTransform(InSinglePrecision<kPerspectivePoints>(from).data(),
                                   InSinglePrecision<kPerspectivePoints>(to).data());
-  cv::Mat fresh;
+  SpareMatrix fresh;
   cv::Mat& result = ResultMatrixApart(input, dst, input.size(), input.type(), &fresh);
   cv::warpPerspective(input, result, forward, input.size(), cv::INTER_LINEAR, cv::BORDER_CONSTANT);
   AssignResult(result, dst);

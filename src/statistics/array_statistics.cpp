@@ -32,6 +32,11 @@ Status CheckAlikeForAverage(const KelImage& image, const KelImage& first) {
   return CheckSameChannels(image, first).ok() ? STATUS_OK : ERR_AVG_CHANNEL_MISMATCH;
 }
 
+// Whether the first holds pixels of the size and type of the second.
+bool AreAlike(const cv::Mat& a, const cv::Mat& b) {
+  return a.cols == b.cols && a.rows == b.rows && a.type() == b.type() && a.data != nullptr;
+}
+
 // The matrices of an array of images.
 class Matrices {
  public:
@@ -39,6 +44,7 @@ class Matrices {
       : matrices_(static_cast<std::size_t>(images.Length())) {
     for (std::size_t i = 0; i < matrices_.size(); ++i) {
       matrices_[i] = &images[static_cast<int>(i)].Mat();
+      are_alike_ = are_alike_ && AreAlike(*matrices_[i], *matrices_[0]);
     }
   }
 
@@ -57,20 +63,15 @@ class Matrices {
   // first that differs.
   template <class Check>
   Status CheckAll(const KelImageArray& images, Check check) const {
-    const cv::Mat& first = First();
-    for (std::size_t i = 1; i < matrices_.size(); ++i) {
-      const cv::Mat& mat = *matrices_[i];
-      const bool alike = mat.cols == first.cols && mat.rows == first.rows &&
-                         mat.type() == first.type() && mat.data != nullptr;
-      if (!alike) {
-        KELRA_RETURN_IF_ERROR(check(images[static_cast<int>(i)], images[0]));
-      }
+    for (int i = 1; !are_alike_ && i < images.Length(); ++i) {
+      KELRA_RETURN_IF_ERROR(check(images[i], images[0]));
     }
     return STATUS_OK;
   }
 
  private:
   cv::AutoBuffer<const cv::Mat*, 16> matrices_;
+  bool are_alike_ = true;  // all have the first one's size and type, and pixels
 };
 
 bool SharesPixelsWithAny(const cv::Mat& mat, Images images) {
@@ -79,14 +80,10 @@ bool SharesPixelsWithAny(const cv::Mat& mat, Images images) {
 }
 
 // The output's own matrix where it fits and is no input; otherwise a new one, made in `fresh`.
-cv::Mat& SeparateResult(KelImage* dst, Images images, cv::Mat* fresh) {
+cv::Mat& SeparateResult(KelImage* dst, Images images, SpareMatrix* fresh) {
   const cv::Mat& first = *images.front();
   cv::Mat& result = ResultMatrix(dst, first.size(), first.type(), fresh);
-  if (!SharesPixelsWithAny(result, images)) {
-    return result;
-  }
-  fresh->create(first.size(), first.type());
-  return *fresh;
+  return SharesPixelsWithAny(result, images) ? fresh->Create(first.size(), first.type()) : result;
 }
 
 // The object's matrix where efficiency mode is on, otherwise null.
@@ -140,7 +137,7 @@ Status PixelExtreme(KelImageArray& images, KelImage* dst, const LogLines& lines,
   if (buffer != nullptr) {
     ReduceInBuffer(matrices.All(), extreme, buffer, dst);
   } else {
-    cv::Mat fresh;
+    SpareMatrix fresh;
     cv::Mat& result = SeparateResult(dst, matrices.All(), &fresh);
     ReduceToExtreme(matrices.All(), extreme, false, &result);
     AssignResult(result, dst);
@@ -186,7 +183,7 @@ KelLong KelImageOperation::PixelAverage(KelImageArray& images, KelImage* dst, in
     const cv::Mat& first = matrices.First();
     ConvertBuffer(sums, first.size(), CV_32FC(first.channels()));
   }
-  cv::Mat fresh;
+  SpareMatrix fresh;
   cv::Mat& result = SeparateResult(dst, matrices.All(), &fresh);
   ReduceToMean(matrices.All(), kTrims[mode], sums, &result);
   AssignResult(result, dst);

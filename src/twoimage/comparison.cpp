@@ -73,9 +73,9 @@ void CompareImages(const cv::Mat& first, const cv::Mat& second, Comparison compa
 }
 
 void CompareWithConstant(const cv::Mat& image, int value, Comparison comparison, KelImage* output) {
-  cv::Mat fresh;
+  SpareMatrix fresh;
   cv::Mat& result = ResultMatrix(output, image.size(), image.type(), &fresh);
-  cv::Mat copy;
+  SpareMatrix copy;
   const cv::Mat& input = InputToReadWhileWriting(result, image, &copy);
   if (input.depth() == CV_8U) {
     tbbup::Launch<Constant<std::uint8_t>>(&result, input, input.rows, comparison.relation, value,

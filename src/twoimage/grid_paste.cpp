@@ -51,12 +51,12 @@ Status CheckAllAlike(const KelImageArray& images) {
 bool FitsInt(std::int64_t value) { return value <= std::numeric_limits<int>::max(); }
 
 // A matrix for the result that shares no pixels with any of the images.
-cv::Mat& CanvasFor(const KelImageArray& images, KelImage* output, cv::Size size, cv::Mat* fresh) {
+cv::Mat& CanvasFor(const KelImageArray& images, KelImage* output, cv::Size size,
+                   SpareMatrix* fresh) {
   const int type = images[0].Mat().type();
   for (int i = 0; i < images.Length(); ++i) {
     if (SharesPixels(images[i].Mat(), output->Mat())) {
-      fresh->create(size, type);
-      return *fresh;
+      return fresh->Create(size, type);
     }
   }
   return ResultMatrix(output, size, type, fresh);
@@ -142,7 +142,7 @@ KelLong KelImageOperation::Paste(KelImageArray& images, KelImage* result, int gr
   if (pieces.empty()) {
     return ERR_PASTE_WORK;
   }
-  cv::Mat fresh;
+  SpareMatrix fresh;
   cv::Mat& canvas = CanvasFor(images, result, size, &fresh);
   if (!CoverCanvas(pieces, images.Length(), gridColumns, images[0].Mat().size())) {
     canvas = cv::Scalar::all(0);
@@ -182,7 +182,7 @@ KelLong KelImageOperation::Paste(KelImageArray& images, KelImage* result, int gr
       const cv::Point corner(i % gridColumns * step.width, i / gridColumns * step.height);
       tiles.push_back(WholeOf(images[i].Mat(), corner));
     }
-    cv::Mat fresh;
+    SpareMatrix fresh;
     cv::Mat& canvas = CanvasFor(images, result, size, &fresh);
     // They cover all of it.
     CopyPieces(tiles, canvas);

@@ -67,13 +67,12 @@ bool IsSame(const cv::Mat& a, const cv::Mat& b) {
 // A matrix for the canvas, grown, and `image` on it: the output's own where nothing is in the way,
 // also when that is the canvas.
 cv::Mat& MatrixForGrown(const cv::Mat& canvas, const Growth& growth, const cv::Mat& image,
-                        KelImage* output, cv::Mat* fresh) {
+                        KelImage* output, SpareMatrix* fresh) {
   cv::Mat& own = output->Mat();
   const cv::Size size(canvas.cols + static_cast<int>(growth.left + growth.right),
                       canvas.rows + static_cast<int>(growth.top + growth.bottom));
   if (SharesPixels(image, own)) {
-    fresh->create(size, canvas.type());
-    return *fresh;
+    return fresh->Create(size, canvas.type());
   }
   if (IsNone(growth) && IsSame(canvas, own)) {
     return own;
@@ -114,7 +113,7 @@ Status PasteOnto(const KelImage& canvas, const KelImage& pasted, KelImage* resul
   const cv::Mat& image = pasted.Mat();
   const int x = static_cast<int>(position.x);
   const int y = static_cast<int>(position.y);
-  cv::Mat fresh;
+  SpareMatrix fresh;
   if (!turned) {
     const cv::Rect target(cv::Point(x, y), image.size());
     const Growth growth = GrowthFor(canvas.Mat(), target);

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <limits>
 #include <opencv2/core.hpp>
+#include <optional>
 
 #include "KELRA/KelImageOperation.h"
 #include "frame/bound_buffer.h"
@@ -138,8 +139,8 @@ void PlaceTurnedOnto(const cv::Mat& first, const cv::Mat& second, const KelPoint
 
 // The work of all four, logged under its own name. It ends with a record only when it has turned
 // the second image.
-Status PlacedArithmetic(KelImage& first, KelImage& second, KelImage* result,
-                        const KelPoint& position, double angle, Arithmetic code, Linear linear) {
+Status PlacedArithmetic(cv::Mat& first, cv::Mat& second, KelImage* result, const KelPoint& position,
+                        double angle, Arithmetic code, Linear linear) {
   CallLog log(log_lines::kPlacedArithmetic);
   KELRA_RETURN_IF_ERROR(CheckBitDepth(first));
   KELRA_RETURN_IF_ERROR(CheckSameDepth(first, second));
@@ -152,9 +153,9 @@ Status PlacedArithmetic(KelImage& first, KelImage& second, KelImage* result,
   KELRA_RETURN_IF_ERROR(CheckAngle(angle));
   KELRA_RETURN_IF_ERROR(CheckOutput(result));
   if (angle == 0) {
-    PlaceUprightOnto(first.Mat(), second.Mat(), position, code, linear, result);
+    PlaceUprightOnto(first, second, position, code, linear, result);
   } else {
-    PlaceTurnedOnto(first.Mat(), second.Mat(), position, angle, code, linear, result);
+    PlaceTurnedOnto(first, second, position, angle, code, linear, result);
     log.Exit();
   }
   return STATUS_OK;
@@ -168,8 +169,8 @@ class Inputs {
 
   void KeepBehind(const KelImage& output) {
     header_ = output;
-    first_ = first_ == &output ? &header_ : first_;
-    second_ = second_ == &output ? &header_ : second_;
+    first_ = first_ == &output ? &*header_ : first_;
+    second_ = second_ == &output ? &*header_ : second_;
   }
   KelImage& First() { return *first_; }
   KelImage& Second() { return *second_; }
@@ -177,7 +178,7 @@ class Inputs {
  private:
   KelImage* first_;
   KelImage* second_;
-  KelImage header_;
+  std::optional<KelImage> header_;
 };
 
 KelLong RunPlacedArithmetic(const LogLines& lines, Arithmetic code, cv::Mat* buffer,
@@ -196,8 +197,8 @@ KelLong RunPlacedArithmetic(const LogLines& lines, Arithmetic code, cv::Mat* buf
   }
   // Before the work on purpose: the record tells that the call was prepared.
   log.Exit();
-  const Status status =
-      PlacedArithmetic(inputs.First(), inputs.Second(), result, position, angle, code, linear);
+  const Status status = PlacedArithmetic(inputs.First().Mat(), inputs.Second().Mat(), result,
+                                         position, angle, code, linear);
   if (use_buffer && status.ok() && result->Mat().data == buffer->data) {
     bound.MarkOverwritten();
   }

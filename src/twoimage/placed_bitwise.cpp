@@ -20,9 +20,7 @@ struct Bitwise {
   // What leaves the other operand as it is; it surrounds the turned image.
   bool neutral_is_all_ones;
 
-  double Neutral(KelImageType depth) const {
-    return neutral_is_all_ones ? LargestSample(depth) : 0;
-  }
+  double Neutral(int depth) const { return neutral_is_all_ones ? LargestSample(depth) : 0; }
 };
 
 constexpr Bitwise kBitAnd{log_lines::kBitAnd, kernels::kBitAnd, true};
@@ -42,19 +40,19 @@ Status Guarded(KelLong failure, FunctionRef<void()> call) {
 KelLong PlacedBitwise(const Bitwise& operation, KelImage& image1, KelImage& image2,
                       KelImage* result, const KelPoint& position, double angle) {
   CallLog log(operation.lines);
-  KELRA_RETURN_IF_ERROR(CheckBitDepth(image1));
-  KELRA_RETURN_IF_ERROR(CheckSameDepth(image1, image2));
-  KELRA_RETURN_IF_ERROR(CheckNotEmpty(image1));
-  KELRA_RETURN_IF_ERROR(CheckNotEmpty(image2));
-  PromoteToColor(image1, image2);
-  KELRA_RETURN_IF_ERROR(CheckChannels(image1));
-  KELRA_RETURN_IF_ERROR(CheckChannels(image2));
-  KELRA_RETURN_IF_ERROR(CheckPosition(image1, position));
+  cv::Mat& first = image1.Mat();
+  cv::Mat& second = image2.Mat();
+  KELRA_RETURN_IF_ERROR(CheckBitDepth(first));
+  KELRA_RETURN_IF_ERROR(CheckSameDepth(first, second));
+  KELRA_RETURN_IF_ERROR(CheckNotEmpty(first));
+  KELRA_RETURN_IF_ERROR(CheckNotEmpty(second));
+  PromoteToColor(first, second);
+  KELRA_RETURN_IF_ERROR(CheckChannels(first));
+  KELRA_RETURN_IF_ERROR(CheckChannels(second));
+  KELRA_RETURN_IF_ERROR(CheckPosition(first, position));
   KELRA_RETURN_IF_ERROR(CheckAngle(angle));
   KELRA_RETURN_IF_ERROR(CheckOutput(result));
 
-  const cv::Mat& first = image1.Mat();
-  const cv::Mat& second = image2.Mat();
   const kernels::Combination combination = operation.combination;
   if (angle == 0) {
     return Guarded(ERR_BITWISE_EXCEPTION, [&] {
@@ -69,7 +67,7 @@ KelLong PlacedBitwise(const Bitwise& operation, KelImage& image1, KelImage& imag
       PlaceTurned(first.size(), turn.size, Footprint(second.size(), position, angle));
   std::optional<TurnedStrips> turned;
   KELRA_RETURN_IF_ERROR(Guarded(ERR_WARP_EXCEPTION, [&] {
-    turned.emplace(second, turn, operation.Neutral(image1.BitDepth()), placement.OnSecond());
+    turned.emplace(second, turn, operation.Neutral(first.depth()), placement.OnSecond());
   }));
   return Guarded(ERR_BITWISE_EXCEPTION, [&] {
     CombineTurned(first, &*turned, placement.on_first, false, result,

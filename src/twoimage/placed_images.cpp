@@ -34,9 +34,9 @@ void CopyAround(const cv::Mat& from, const cv::Rect& hole, cv::Mat* to) {
 // The output gets the first image, and at `at` what `write` makes of that part of it.
 using WriteCovered = FunctionRef<void(const cv::Mat& first, cv::Mat* result)>;
 void WriteOver(const cv::Mat& first, const cv::Rect& at, KelImage* output, WriteCovered write) {
-  cv::Mat fresh;
+  SpareMatrix fresh;
   cv::Mat& result = ResultMatrix(output, first.size(), first.type(), &fresh);
-  cv::Mat first_copy;
+  SpareMatrix first_copy;
   const cv::Mat& base = InputToReadWhileWriting(result, first, &first_copy);
   if (at.size() == first.size()) {
     write(base, &result);
@@ -53,21 +53,21 @@ void WriteOver(const cv::Mat& first, const cv::Rect& at, KelImage* output, Write
 
 }  // namespace
 
-Status CheckPosition(const KelImage& image, const KelPoint& position) {
-  const bool inside = position.x >= 0 && position.x < image.Width() && position.y >= 0 &&
-                      position.y < image.Height();
+Status CheckPosition(const cv::Mat& image, const KelPoint& position) {
+  const bool inside =
+      position.x >= 0 && position.x < image.cols && position.y >= 0 && position.y < image.rows;
   return inside ? STATUS_OK : ERR_PARAM_1;
 }
 
 Status CheckAngle(double angle) { return angle >= 0 && angle <= 360 ? STATUS_OK : ERR_PARAM_2; }
 
-void PromoteToColor(KelImage& first, KelImage& second) {
-  if (first.Channels() == second.Channels()) {
+void PromoteToColor(cv::Mat& first, cv::Mat& second) {
+  if (first.channels() == second.channels()) {
     return;
   }
-  for (KelImage* image : {&first, &second}) {
-    if (image->Channels() == 1) {
-      cv::cvtColor(image->Mat(), image->Mat(), cv::COLOR_GRAY2BGR);
+  for (cv::Mat* image : {&first, &second}) {
+    if (image->channels() == 1) {
+      cv::cvtColor(*image, *image, cv::COLOR_GRAY2BGR);
       return;
     }
   }
@@ -76,7 +76,7 @@ void PromoteToColor(KelImage& first, KelImage& second) {
 void CombinePlaced(const cv::Mat& first, const cv::Mat& second, const Placement& placement,
                    KelImage* output, Combine combine) {
   WriteOver(first, placement.on_first, output, [&](const cv::Mat& covered, cv::Mat* result) {
-    cv::Mat copy;
+    SpareMatrix copy;
     if (covered.size() == second.size()) {
       combine(covered, InputToReadWhileWriting(*result, second, &copy), result);
     } else {

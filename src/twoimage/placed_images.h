@@ -13,13 +13,13 @@
 namespace KELRA {
 
 // ERR_PARAM_1: outside the image, or not a number.
-Status CheckPosition(const KelImage& image, const KelPoint& position);
+Status CheckPosition(const cv::Mat& image, const KelPoint& position);
 // ERR_PARAM_2: outside [0, 360], or not a number.
 Status CheckAngle(double angle);
 
 // When the channel counts differ and one of them is 1, that image becomes one of three equal
 // channels: the caller's own image, on purpose, so that it need not be converted again.
-void PromoteToColor(KelImage& first, KelImage& second);
+void PromoteToColor(cv::Mat& first, cv::Mat& second);
 
 // Computes `result`, of the size and type of both inputs, which it may be one of.
 using Combine = FunctionRef<void(const cv::Mat& first, const cv::Mat& second, cv::Mat* result)>;
