@@ -15,14 +15,6 @@
 namespace KELRA {
 namespace {
 
-// All 255, one 8-bit channel. Logged like every constant image that is made.
-cv::Mat ConstantImage(cv::Size size) {
-  CallLog log(log_lines::kCreateConst);
-  cv::Mat image(size, CV_8UC1, cv::Scalar(255));
-  log.Exit();
-  return image;
-}
-
 // Rows of fewer bytes are worked on sooner than left out.
 constexpr std::size_t kBytesWorthLeavingRowsOut = 16384;
 
@@ -42,11 +34,37 @@ cv::Mat MatrixForResult(const cv::Mat& input) {
   return mat;
 }
 
-// Whether the matrix of no rows has reserved as many.
-bool HasReserved(const cv::Mat& mat, int rows) {
-  return mat.data != nullptr && static_cast<std::size_t>(mat.datalimit - mat.data) >=
-                                    mat.step[0] * static_cast<std::size_t>(rows);
+// Gives the matrix of no rows as many, of those that it has reserved.
+bool TakeReservedRows(cv::Size size, int type, cv::Mat* mat) {
+  const bool has_them = mat->data != nullptr && mat->cols == size.width && mat->type() == type &&
+                        static_cast<std::size_t>(mat->datalimit - mat->data) >=
+                            mat->step[0] * static_cast<std::size_t>(size.height);
+  if (has_them) {
+    mat->resize(static_cast<std::size_t>(size.height));
+  }
+  return has_them;
 }
+
+// All 255, one 8-bit channel. Logged like every constant image that is made. The last one is kept,
+// of which region libraries read the size.
+class ConstantImage {
+ public:
+  explicit ConstantImage(cv::Size size) : image_(TakeKept(KeptFor::kConstantImage)) {
+    CallLog log(log_lines::kCreateConst);
+    if (!TakeReservedRows(size, CV_8UC1, &image_)) {
+      image_ = cv::Mat(size, CV_8UC1, cv::Scalar(255));
+    }
+    log.Exit();
+  }
+  ~ConstantImage() { Keep(KeptFor::kConstantImage, std::move(image_)); }
+  ConstantImage(const ConstantImage&) = delete;
+  ConstantImage& operator=(const ConstantImage&) = delete;
+
+  cv::Mat Header() const { return image_; }
+
+ private:
+  cv::Mat image_;
+};
 
 // Where `part` lies in `whole`, when it is a part of it.
 std::optional<cv::Rect> PlaceOf(const cv::Mat& part, const cv::Mat& whole) {
@@ -123,7 +141,7 @@ Status CallFrame::RunOnWholeImage(KelImage* dst, Work work) {
 
 Status CallFrame::RunUnderMask(KelROI& roi, KelImage* dst, Work work) {
   KelImage& input = WholeInput(dst);
-  const cv::Mat& pixels = input.Mat();
+  cv::Mat& pixels = input.Mat();
   const bool shares = SharesPixels(pixels, dst->Mat());
   // The work may refuse an output of the input's size and another type.
   const bool may_be_refused =
@@ -143,11 +161,11 @@ Status CallFrame::RunUnderMask(KelROI& roi, KelImage* dst, Work work) {
   dst->Mat() = result->Mat();
   cv::Mat mask;
   const Status made = MakeMask(roi, pixels, &mask);
-  return BringBackOutsideMask(made, std::move(mask), pixels, dst);
+  return BringBackOutsideMask(made, mask, pixels, dst);
 }
 
 Status CallFrame::RunUnderMaskOnRows(KelROI& roi, cv::Range rows, KelImage* dst, Work work) {
-  const cv::Mat& pixels = input_->Mat();
+  cv::Mat& pixels = input_->Mat();
   SpareMatrix fresh;
   cv::Mat& result = ResultMatrix(dst, pixels.size(), pixels.type(), &fresh);
   const KelImage part(pixels.rowRange(rows));
@@ -163,7 +181,6 @@ Status CallFrame::RunUnderMaskOnRows(KelROI& roi, cv::Range rows, KelImage* dst,
   const Status made = MakeMask(roi, pixels, &mask);
   if (made.ok() && CoversOnly(mask, pixels.size(), rows)) {
     BringBackOutside(pixels, mask, rows, &result);
-    Keep(KeptFor::kMask, std::move(mask));
     AssignResult(result, dst);
     bound_.MarkOverwritten();
     return STATUS_OK;
@@ -174,17 +191,20 @@ Status CallFrame::RunUnderMaskOnRows(KelROI& roi, cv::Range rows, KelImage* dst,
     const LogPause pause;
     KELRA_RETURN_IF_ERROR(work(*input_, dst));
   }
-  return BringBackOutsideMask(made, std::move(mask), pixels, dst);
+  return BringBackOutsideMask(made, mask, pixels, dst);
 }
 
-Status CallFrame::MakeMask(KelROI& roi, const cv::Mat& pixels, cv::Mat* mask) {
-  *mask = TakeKept(KeptFor::kMask);
-  cv::Mat mask_template =
-      policy_.mask_template == MaskTemplate::kInput ? pixels : ConstantImage(pixels.size());
-  return RegionConverter().GenMaskImage(mask_template, roi, mask, 1, 0);
+Status CallFrame::MakeMask(KelROI& roi, cv::Mat& pixels, cv::Mat* mask) {
+  *mask = cv::Mat(0, pixels.cols, CV_8UC1);  // it is only read
+  if (policy_.mask_template == MaskTemplate::kInput) {
+    return RegionConverter().GenMaskImage(pixels, roi, mask, 1, 0);
+  }
+  const ConstantImage constant(pixels.size());
+  cv::Mat image = constant.Header();
+  return RegionConverter().GenMaskImage(image, roi, mask, 1, 0);
 }
 
-Status CallFrame::BringBackOutsideMask(Status made, cv::Mat mask, const cv::Mat& pixels,
+Status CallFrame::BringBackOutsideMask(Status made, const cv::Mat& mask, const cv::Mat& pixels,
                                        KelImage* dst) {
   bound_.MarkOverwritten();
   if (!made.ok()) {
@@ -196,7 +216,6 @@ Status CallFrame::BringBackOutsideMask(Status made, cv::Mat mask, const cv::Mat&
   } else {
     BringBackOutside(pixels, mask, cv::Range(0, pixels.rows), &dst->Mat());
   }
-  Keep(KeptFor::kMask, std::move(mask));
   return STATUS_OK;
 }
 
@@ -263,11 +282,8 @@ cv::Mat& CallFrame::MatrixToRestoreInto(cv::Mat& own, cv::Mat* separate) const {
     return own;
   }
   cv::Mat kept = TakeKept(KeptFor::kResult);
-  if (kept.cols == pixels.cols && kept.type() == pixels.type() && HasReserved(kept, pixels.rows)) {
-    kept.resize(static_cast<std::size_t>(pixels.rows));
-    if (!SharesPixels(kept, pixels)) {
-      *separate = std::move(kept);
-    }
+  if (TakeReservedRows(pixels.size(), pixels.type(), &kept) && !SharesPixels(kept, pixels)) {
+    *separate = std::move(kept);
   }
   return *separate;
 }

@@ -105,10 +105,11 @@ class CallFrame {
   Status RunUnderMask(KelROI& roi, KelImage* dst, Work work);
   Status RunUnderMaskOnRows(KelROI& roi, cv::Range rows, KelImage* dst, Work work);
   // The region's mask, made from the image that the policy says; the inputs are only read.
-  Status MakeMask(KelROI& roi, const cv::Mat& pixels, cv::Mat* mask);
+  Status MakeMask(KelROI& roi, cv::Mat& pixels, cv::Mat* mask);
   // The output holds the work on the whole image: its pixels outside the mask, or, when making it
   // failed, what the policy says.
-  Status BringBackOutsideMask(Status made, cv::Mat mask, const cv::Mat& pixels, KelImage* dst);
+  Status BringBackOutsideMask(Status made, const cv::Mat& mask, const cv::Mat& pixels,
+                              KelImage* dst);
   Status RunOnPart(KelROI& roi, KelImage* dst, Work work);
   // The output's own matrix where that fits, nobody else holds it, and it lies apart from the
   // input. Otherwise `separate`: empty, or, where a failure must leave the output as it is, the

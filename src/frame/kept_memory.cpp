@@ -12,9 +12,9 @@ namespace {
 constexpr std::size_t kMostBytes = std::size_t{16} * 1024 * 1024;
 
 cv::Mat& Kept(KeptFor purpose) {
-  thread_local cv::Mat t_mask;
+  thread_local cv::Mat t_constant_image;
   thread_local cv::Mat t_result;
-  return purpose == KeptFor::kMask ? t_mask : t_result;
+  return purpose == KeptFor::kConstantImage ? t_constant_image : t_result;
 }
 
 }  // namespace

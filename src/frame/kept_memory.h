@@ -7,7 +7,7 @@ namespace KELRA {
 
 // Each thread keeps one matrix for each purpose, of up to 16 MiB: fresh memory is given to a
 // process page by page, which takes longer than writing it.
-enum class KeptFor { kMask, kResult };
+enum class KeptFor { kConstantImage, kResult };
 
 // The matrix that the thread has kept, without rows: their memory is reserved. Nobody else has it,
 // and nothing is kept now.

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <exception>
 #include <limits>
+#include <optional>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -249,18 +250,18 @@ bool LiesInItsPlace(const cv::Mat& part, const cv::Mat& whole, const cv::Rect& b
   return part.data == whole.ptr(box.y, box.x) && part.step[0] == whole.step[0];
 }
 
-// Whether a matrix of the size and type can be made of `out`: it has the rows, or none and has
-// reserved them. It must not overlap the image, which is still read.
-bool OffersMemory(const cv::Mat& out, cv::Size size, int type, const cv::Mat& image) {
-  if (out.dims > 2 || out.data == nullptr || out.cols != size.width || out.type() != type ||
+// Whether a matrix of the image's size and type can be made of `out`: it has the rows, or none and
+// has reserved them. It must not overlap the image, which is still read.
+bool OffersMemory(const cv::Mat& out, const cv::Mat& image) {
+  if (out.dims > 2 || out.data == nullptr || out.cols != image.cols || out.type() != image.type() ||
       !LieApart(out, image)) {
     return false;
   }
   if (out.rows != 0) {
-    return out.rows == size.height;
+    return out.rows == image.rows;
   }
   const auto reserved = static_cast<std::size_t>(out.datalimit - out.data);
-  return !out.isSubmatrix() && reserved >= out.step[0] * static_cast<std::size_t>(size.height);
+  return !out.isSubmatrix() && reserved >= out.step[0] * static_cast<std::size_t>(image.rows);
 }
 
 // The output itself where its memory serves and nothing of the part is overwritten there, else a
@@ -269,7 +270,7 @@ bool OffersMemory(const cv::Mat& out, cv::Size size, int type, const cv::Mat& im
 cv::Mat& MatrixToRestoreInto(const cv::Mat& image, const cv::Mat& part, const cv::Rect& box,
                              cv::Mat* out, cv::Mat* fresh) {
   const bool part_may_lie_there = out->rows == 0;
-  if (OffersMemory(*out, image.size(), image.type(), image) &&
+  if (OffersMemory(*out, image) &&
       (LieApart(*out, part) || (part_may_lie_there && LiesInItsPlace(part, *out, box)))) {
     out->resize(static_cast<std::size_t>(image.rows));
     return *out;
@@ -312,6 +313,44 @@ void PaintMask(const std::vector<KelRun>& runs, uchar inside, uchar outside, cv:
       mask.size(), runs,
       [&](const KelRun&, std::ptrdiff_t first, std::ptrdiff_t end) { fill(first, end, inside); },
       [&](std::ptrdiff_t first, std::ptrdiff_t end) { fill(first, end, outside); });
+}
+
+bool IsHeldAlone(const cv::Mat& mat) { return mat.u != nullptr && mat.u->refcount == 1; }
+
+// Whether the caller will only read the mask.
+bool AsksForSharedMask(const cv::Mat& image, const cv::Mat& mask) {
+  return mask.dims <= 2 && mask.data == nullptr && mask.cols == image.cols && mask.rows == 0 &&
+         mask.type() == CV_8UC1;
+}
+
+// More is given back at once.
+constexpr std::size_t kMostMaskBytesToRemember = std::size_t{16} * 1024 * 1024;
+
+// The mask of a shape, white inside. The last one of each thread is remembered, for the same shape
+// again, or, when nobody holds it any more, as memory for the mask of another.
+cv::Mat SharedMask(const KelROI& roi, const std::vector<KelRun>& runs, cv::Size size) {
+  struct Painted {
+    std::optional<KelROI> roi;  // keeps the shape, so that no other comes to lie in its place
+    cv::Mat mask;
+  };
+  thread_local Painted t_last;
+  if (t_last.roi && &t_last.roi->Shape() == &roi.Shape() && t_last.mask.size() == size) {
+    return t_last.mask;
+  }
+  Painted painted = {{}, std::move(t_last.mask)};
+  t_last = {};
+  if (painted.mask.size() != size || !IsHeldAlone(painted.mask)) {
+    painted.mask = cv::Mat(size, CV_8UC1);
+  }
+  PaintMask(runs, 255, 0, painted.mask);
+  const cv::Mat mask = painted.mask;
+  if (mask.total() <= kMostMaskBytesToRemember) {
+    if (IsSmall(roi.Shape())) {
+      painted.roi = roi;
+    }
+    t_last = std::move(painted);
+  }
+  return mask;
 }
 
 }  // namespace
@@ -376,20 +415,15 @@ KelLong KelROIDataConvert::GenMaskImage(cv::Mat& image, KelROI& roi, cv::Mat* ma
     if (const KelLong status = covered.Find(image, roi); status != 0) {
       return status;
     }
+    if (filled != 0 && inverted == 0 && AsksForSharedMask(image, *mask)) {
+      *mask = SharedMask(roi, covered->runs, image.size());
+      return 0;
+    }
     const std::vector<KelRun> rim = filled != 0 ? std::vector<KelRun>() : RimOf(covered->runs);
-    cv::Mat fresh;
-    const bool offered = mask->rows == 0 && OffersMemory(*mask, image.size(), CV_8UC1, image) &&
-                         mask->isContinuous();
-    if (offered) {
-      mask->resize(static_cast<std::size_t>(image.rows));
-    } else {
-      fresh.create(image.size(), CV_8UC1);
-    }
+    cv::Mat painted(image.size(), CV_8UC1);
     PaintMask(filled != 0 ? covered->runs : rim, inverted != 0 ? 0 : 255, inverted != 0 ? 255 : 0,
-              offered ? *mask : fresh);
-    if (!offered) {
-      *mask = std::move(fresh);
-    }
+              painted);
+    *mask = std::move(painted);
     return 0;
   });
 }

@@ -5,9 +5,11 @@
 #include <functional>
 #include <initializer_list>
 #include <stdexcept>
+#include <utility>
 #include <vector>
 
 #include "fake_settings.h"
+#include "frame/kept_memory.h"
 #include "frame/load_time_state.h"
 #include "recorded_log.h"
 #include "region_of_interest.h"
@@ -180,6 +182,10 @@ TEST_F(CallFrameTest, TheMaskIsAskedForOnceFilledAndNotInverted) {
   EXPECT_EQ(call.kind, KEL_ROI_REGION);
   EXPECT_EQ(call.image.data, src_.Mat().data);
   EXPECT_EQ(call.constants, (std::vector<double>{1, 0}));
+  // That it is only read: the region library may give one that others hold too.
+  EXPECT_EQ(call.out.data, nullptr);
+  EXPECT_EQ(call.out.size(), cv::Size(src_.Width(), 0));
+  EXPECT_EQ(call.out.type(), CV_8UC1);
 }
 
 TEST_F(CallFrameTest, TheMaskMayBeMadeFromAConstantImage) {
@@ -188,6 +194,22 @@ TEST_F(CallFrameTest, TheMaskMayBeMadeFromAConstantImage) {
   EXPECT_EQ(Run(policy, KEL_ROI_REGION, Invert), STATUS_OK);
   ASSERT_EQ(RegionCalls().size(), 1U);
   EXPECT_TRUE(SameImage(RegionCalls()[0].image, cv::Mat(6, 9, CV_8UC1, cv::Scalar(255))));
+}
+
+TEST_F(CallFrameTest, TheConstantImageOfTheLastCallIsUsedAgainWhereItFits) {
+  const FramePolicy policy{.lines = kLines, .mask_template = MaskTemplate::kConstantImage};
+  const cv::Mat expected(src_.Height(), src_.Width(), CV_8UC1, cv::Scalar(255));
+  for (const cv::Size more : {cv::Size(0, 0), cv::Size(0, 3), cv::Size(1, 0), cv::Size(0, -1)}) {
+    StartOver();
+    cv::Mat kept(expected.size() + more, CV_8UC1, cv::Scalar(255));
+    const void* memory = kept.data;
+    Keep(KeptFor::kConstantImage, std::move(kept));
+    EXPECT_EQ(Run(policy, KEL_ROI_REGION, Invert), STATUS_OK);
+    ASSERT_EQ(RegionCalls().size(), 1U);
+    EXPECT_TRUE(SameImage(RegionCalls()[0].image, expected));
+    const bool fits = more.width == 0 && more.height >= 0;
+    EXPECT_EQ(RegionCalls()[0].image.data == memory, fits) << more;
+  }
 }
 
 TEST_F(CallFrameTest, UnderAMaskAFailureOfTheWorkFallsBackAsThePolicySays) {

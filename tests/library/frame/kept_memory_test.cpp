@@ -8,7 +8,7 @@
 namespace KELRA {
 namespace {
 
-constexpr KeptFor kPurposes[] = {KeptFor::kMask, KeptFor::kResult};
+constexpr KeptFor kPurposes[] = {KeptFor::kConstantImage, KeptFor::kResult};
 
 // Keeps a new matrix; its memory.
 const void* KeepNew(KeptFor purpose, cv::Size size) {
@@ -38,10 +38,10 @@ TEST(KeptMemory, IsGivenOnceAndHoldsTheRowsThatWereKept) {
 }
 
 TEST(KeptMemory, IsOneForEachPurpose) {
-  const void* of_mask = KeepNew(KeptFor::kMask, {90, 60});
+  const void* of_constant_image = KeepNew(KeptFor::kConstantImage, {90, 60});
   const void* of_result = KeepNew(KeptFor::kResult, {90, 60});
   EXPECT_EQ(TakenMemory(KeptFor::kResult), of_result);
-  EXPECT_EQ(TakenMemory(KeptFor::kMask), of_mask);
+  EXPECT_EQ(TakenMemory(KeptFor::kConstantImage), of_constant_image);
 }
 
 TEST(KeptMemory, IsNoneThatSomebodyElseHolds) {
@@ -82,11 +82,11 @@ TEST(KeptMemory, CountsWithAllThatAMatrixHolds) {
 }
 
 TEST(KeptMemory, IsTheThreadsOwn) {
-  const void* memory = KeepNew(KeptFor::kMask, {90, 60});
+  const void* memory = KeepNew(KeptFor::kConstantImage, {90, 60});
   const void* of_other = memory;
-  std::thread([&] { of_other = TakenMemory(KeptFor::kMask); }).join();
+  std::thread([&] { of_other = TakenMemory(KeptFor::kConstantImage); }).join();
   EXPECT_EQ(of_other, nullptr);
-  EXPECT_EQ(TakenMemory(KeptFor::kMask), memory);
+  EXPECT_EQ(TakenMemory(KeptFor::kConstantImage), memory);
 }
 
 }  // namespace

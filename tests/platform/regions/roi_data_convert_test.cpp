@@ -500,33 +500,6 @@ TEST(RoiMask, NotFilledIsTheRim) {
   }
 }
 
-TEST(RoiMask, IsPaintedIntoRowsThatTheOutputHasReserved) {
-  KelROIDataConvert converter;
-  cv::Mat image = RandomBytes(kSize, CV_16UC3, 11);
-  for (NamedRegion& region : Regions()) {
-    const cv::Mat own = RandomBytes(kSize, CV_8UC1, 5);
-    cv::Mat out = own;
-    out.resize(0);
-    ASSERT_EQ(converter.GenMaskImage(image, region.roi, &out, 1, 0), 0);
-    EXPECT_EQ(out.data, own.data);
-    EXPECT_TRUE(SameImage(out, Cover(region.roi, kSize).grid)) << region.name;
-  }
-}
-
-TEST(RoiMask, IsNotPaintedIntoRowsWithGaps) {
-  KelROIDataConvert converter;
-  KelROI roi = KelROI::Circle({10, 8}, 6);
-  cv::Mat image = RandomBytes(kSize, CV_8UC1, 4);
-  GuardedImage guarded(RandomBytes(kSize, CV_8UC1, 5), 7, 3);
-  const cv::Mat before = guarded.Mat().clone();
-  cv::Mat out = guarded.Mat();
-  out.resize(0);
-  ASSERT_EQ(converter.GenMaskImage(image, roi, &out, 1, 0), 0);
-  EXPECT_TRUE(SameImage(out, Cover(roi, kSize).grid));
-  EXPECT_TRUE(SameImage(guarded.Mat(), before));
-  EXPECT_TRUE(guarded.SurroundingsUntouched());
-}
-
 TEST(RoiMask, LeavesOtherOutputsAlone) {
   KelROIDataConvert converter;
   KelROI roi = KelROI::Circle({10, 8}, 6);

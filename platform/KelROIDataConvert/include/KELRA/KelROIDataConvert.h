@@ -50,9 +50,11 @@ class KELROIDATACONVERT_API KelROIDataConvert {
   KelLong ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI& roi, cv::Mat* out, int masked);
 
   // Writes an 8-bit mask of the image's size: 255 inside the shape and 0 outside, the other way
-  // round with `inverted` not 0. It is painted into rows that an output of no rows has reserved,
-  // without gaps, apart from the image. With `filled` 0 only the shape's rim counts as inside: its
-  // pixels of which one of the four neighbours is not in the shape or not in the image.
+  // round with `inverted` not 0. With `filled` 0 only the shape's rim counts as inside: its pixels
+  // of which one of the four neighbours is not in the shape or not in the image. An output of no
+  // rows and no memory that has the mask's columns and type, cv::Mat(0, image.cols, CV_8UC1), may
+  // become a mask that others have too: it must only be read. The next one for a shape is then
+  // often there already.
   KelLong GenMaskImage(cv::Mat& image, KelROI& roi, cv::Mat* mask, int filled, int inverted);
 };
 
