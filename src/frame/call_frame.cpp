@@ -231,8 +231,8 @@ Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
     return Fail(Fallback::kExtraction, status, dst);
   }
   cv::Mat& output = dst->Mat();
-  cv::Mat separate;
-  cv::Mat& restored = MatrixToRestoreInto(output, &separate);
+  cv::Mat separate = MatrixLeftBehind();
+  cv::Mat& restored = MayRestoreInto(output) ? output : separate;
   KelImage part_result;
   const std::optional<cv::Rect> place = PlaceOf(cut, input);
   if (place && restored.data == nullptr) {
@@ -257,10 +257,10 @@ Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
   }
   const AfterRestore after = policy_.after_restore;
   if (&restored == &separate && (status.ok() || after != AfterRestore::kOnlyOnSuccess)) {
-    std::swap(output, restored);
     if (after == AfterRestore::kOnlyOnSuccess) {
-      Keep(KeptFor::kResult, std::move(restored));
+      Keep(KeptFor::kResult, std::move(output));
     }
+    output = std::move(restored);
   }
   if (status.ok() || after == AfterRestore::kAssignAndLogAlways ||
       after == AfterRestore::kIgnoreStatus) {
@@ -272,20 +272,23 @@ Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
   return Fail(Fallback::kRestore, status, dst);
 }
 
-cv::Mat& CallFrame::MatrixToRestoreInto(cv::Mat& own, cv::Mat* separate) const {
+bool CallFrame::MayRestoreInto(const cv::Mat& output) const {
   const cv::Mat& pixels = input_->Mat();
-  if (bound_.IsBound() || own.dims > 2 || own.size() != pixels.size() ||
-      own.type() != pixels.type() || !IsHeldAlone(own) || SharesPixels(own, pixels)) {
-    return *separate;
+  return policy_.after_restore != AfterRestore::kOnlyOnSuccess && !bound_.IsBound() &&
+         output.dims <= 2 && output.size() == pixels.size() && output.type() == pixels.type() &&
+         IsHeldAlone(output) && !SharesPixels(output, pixels);
+}
+
+cv::Mat CallFrame::MatrixLeftBehind() const {
+  if (policy_.after_restore != AfterRestore::kOnlyOnSuccess || bound_.IsBound()) {
+    return {};
   }
-  if (policy_.after_restore != AfterRestore::kOnlyOnSuccess) {
-    return own;
-  }
+  const cv::Mat& pixels = input_->Mat();
   cv::Mat kept = TakeKept(KeptFor::kResult);
-  if (TakeReservedRows(pixels.size(), pixels.type(), &kept) && !SharesPixels(kept, pixels)) {
-    *separate = std::move(kept);
+  if (!TakeReservedRows(pixels.size(), pixels.type(), &kept) || SharesPixels(kept, pixels)) {
+    kept.release();
   }
-  return *separate;
+  return kept;
 }
 
 Status CallFrame::Fail(Fallback step, Status status, KelImage* dst) {

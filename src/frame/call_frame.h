@@ -111,10 +111,12 @@ class CallFrame {
   Status BringBackOutsideMask(Status made, const cv::Mat& mask, const cv::Mat& pixels,
                               KelImage* dst);
   Status RunOnPart(KelROI& roi, KelImage* dst, Work work);
-  // The output's own matrix where that fits, nobody else holds it, and it lies apart from the
-  // input. Otherwise `separate`: empty, or, where a failure must leave the output as it is, the
-  // matrix that the last such output left behind.
-  cv::Mat& MatrixToRestoreInto(cv::Mat& own, cv::Mat* separate) const;
+  // Whether the output's own matrix fits, nobody else holds it, it lies apart from the input, and a
+  // failure need not leave it as it is.
+  bool MayRestoreInto(const cv::Mat& output) const;
+  // Where a failure must leave the output as it is: the matrix that the last such output left
+  // behind, if it fits. Otherwise an empty one.
+  cv::Mat MatrixLeftBehind() const;
   void KeepInput(KelImage& src, KelImage* dst);
   // Applies the policy's fallback for the failed step and returns its status.
   Status Fail(Fallback step, Status status, KelImage* dst);

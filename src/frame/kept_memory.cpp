@@ -12,16 +12,15 @@ namespace {
 constexpr std::size_t kMostBytes = std::size_t{16} * 1024 * 1024;
 
 cv::Mat& Kept(KeptFor purpose) {
-  thread_local cv::Mat t_constant_image;
-  thread_local cv::Mat t_result;
-  return purpose == KeptFor::kConstantImage ? t_constant_image : t_result;
+  thread_local cv::Mat t_kept[2];
+  return t_kept[static_cast<int>(purpose)];
 }
 
 }  // namespace
 
 cv::Mat TakeKept(KeptFor purpose) {
   cv::Mat kept = std::move(Kept(purpose));
-  if (!kept.empty()) {
+  if (kept.data != nullptr) {
     kept.resize(0);
   }
   return kept;
@@ -30,7 +29,7 @@ cv::Mat TakeKept(KeptFor purpose) {
 // A part would keep the whole that it was taken from, and a caller's own allocator may end before
 // the thread does.
 void Keep(KeptFor purpose, cv::Mat&& mat) {
-  if (IsHeldAlone(mat) && !mat.empty() && mat.dims <= 2 && !mat.isSubmatrix() &&
+  if (IsHeldAlone(mat) && mat.dims <= 2 && mat.rows > 0 && !mat.isSubmatrix() &&
       mat.u->size <= kMostBytes && mat.u->currAllocator == cv::Mat::getStdAllocator()) {
     Kept(purpose) = std::move(mat);
   }

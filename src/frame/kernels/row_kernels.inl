@@ -474,7 +474,10 @@ inline auto TailOf(const Formula& f) {
 // Rows whose blocks and whose tail are less than a vector each: looking for whole ones in every row
 // would take longer than the samples.
 template <class Formula, class Sample, class... Inputs>
-[[gnu::noinline]] void WalkShortRows(Formula f, Extent extent, Rows<Sample> dst, Inputs... src) {
+[[gnu::noinline]] void WalkShortRows(const Formula& formula, Extent extent, Rows<Sample> dst,
+                                     Inputs... src) {
+  // Copies that no store can reach, as in WalkBlocks.
+  const Formula f = formula;
   const auto tail = TailOf(f);
   const std::ptrdiff_t in_tail = extent.samples - extent.blocks;
   for (std::ptrdiff_t row = 0; row < extent.rows; ++row) {
@@ -598,16 +601,19 @@ struct Nearest {
 
 #if defined(KELRA_HAS_BYTE_TABLE)
 
+inline constexpr std::array<std::uint8_t, 256> kAllBytes = [] {
+  std::array<std::uint8_t, 256> bytes{};
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    bytes[i] = static_cast<std::uint8_t>(i);
+  }
+  return bytes;
+}();
+
 // What a formula gives for each of the 256 bytes.
 template <class Formula>
 inline ByteTable Tabulate(const Formula& f) {
-  alignas(64) std::uint8_t entries[256];
-  for (int i = 0; i < 256; ++i) {
-    entries[i] = static_cast<std::uint8_t>(i);
-  }
-  Walk(f, Extent{1, 256, 256}, Rows<std::uint8_t>{entries, 256},
-       Rows<const std::uint8_t>{entries, 256});
-  return LoadTable(entries);
+  const auto quarter = [&](int i) { return f.Vector(Load(kAllBytes.data() + 64 * i)); };
+  return {{quarter(0), quarter(1), quarter(2), quarter(3)}};
 }
 
 struct FromTable {

@@ -3,16 +3,12 @@
 #include "frame/kernels/vector_avx512.inl"
 
 struct ByteTable {
-  __m512i quarter[4];
+  Bytes quarter[4];
 };
 
-inline ByteTable LoadTable(const std::uint8_t* entries) {
-  return {{Load(entries).v, Load(entries + 64).v, Load(entries + 128).v, Load(entries + 192).v}};
-}
-
 inline Bytes Lookup(const ByteTable& table, Bytes s) {
-  const __m512i below_128 = _mm512_permutex2var_epi8(table.quarter[0], s.v, table.quarter[1]);
-  const __m512i from_128 = _mm512_permutex2var_epi8(table.quarter[2], s.v, table.quarter[3]);
+  const __m512i below_128 = _mm512_permutex2var_epi8(table.quarter[0].v, s.v, table.quarter[1].v);
+  const __m512i from_128 = _mm512_permutex2var_epi8(table.quarter[2].v, s.v, table.quarter[3].v);
   return {_mm512_mask_blend_epi8(_mm512_movepi8_mask(s.v), below_128, from_128)};
 }
 

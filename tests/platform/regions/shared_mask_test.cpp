@@ -112,8 +112,8 @@ TEST(RoiSharedMask, IsNotGivenToCallersThatDoNotAskForIt) {
   const KelROI roi = KelROI::Circle({10, 8}, 6);
   const cv::Mat mask = MaskToRead(roi);
   cv::Mat image(kSize, CV_8UC1);
-  for (const cv::Mat& out : {cv::Mat(), mask, cv::Mat(0, kSize.width + 1, CV_8UC1),
-                             cv::Mat(0, kSize.width, CV_8SC1)}) {
+  for (const cv::Mat& out :
+       {cv::Mat(), mask, cv::Mat(0, kSize.width + 1, CV_8UC1), cv::Mat(0, kSize.width, CV_8SC1)}) {
     cv::Mat own = out;
     KelROI same = roi;
     ASSERT_EQ(KelROIDataConvert().GenMaskImage(image, same, &own, 1, 0), 0);
