@@ -522,14 +522,6 @@ std::vector<KelRun> RunsOf(const KelRegion& region, cv::Size image) {
 
 }  // namespace
 
-bool PixelRuns::FillsBox() const {
-  // Runs of one row do not touch, so as many runs as rows that all span the box leave no gap.
-  return runs.size() == static_cast<std::size_t>(box.height) &&
-         std::all_of(runs.begin(), runs.end(), [&](const KelRun& run) {
-           return run.lastColumn - run.firstColumn + 1 == box.width;
-         });
-}
-
 PixelRuns Rasterize(const KelShape& shape, cv::Size image) {
   PixelRuns result;
   if (image.width <= 0 || image.height <= 0) {
@@ -544,6 +536,7 @@ PixelRuns Rasterize(const KelShape& shape, cv::Size image) {
   for (const KelRun& run : result.runs) {
     left = std::min(left, run.firstColumn);
     right = std::max(right, run.lastColumn);
+    result.pixels += static_cast<std::size_t>(run.lastColumn - run.firstColumn + 1);
   }
   const int top = result.runs.front().row;
   result.box = cv::Rect(left, top, right - left + 1, result.runs.back().row - top + 1);

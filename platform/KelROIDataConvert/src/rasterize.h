@@ -1,6 +1,7 @@
 // Shapes to pixel runs: which pixels of an image a region of interest covers.
 #pragma once
 
+#include <cstddef>
 #include <opencv2/core.hpp>
 #include <vector>
 
@@ -13,7 +14,9 @@ struct PixelRuns {
   std::vector<KelRun> runs;  // by row, then by column; no two of them overlap or touch
   cv::Rect box;  // the smallest upright rectangle around them; empty when there are none
 
-  bool FillsBox() const;  // every pixel of the box is covered
+  std::size_t pixels = 0;  // how many they are
+
+  bool FillsBox() const { return pixels == static_cast<std::size_t>(box.area()); }
 };
 
 // A pixel belongs to a shape when its centre, at its integer coordinates, does:

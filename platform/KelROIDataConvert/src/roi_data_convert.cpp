@@ -35,6 +35,7 @@ KelRectangleShape ShapeOf(const cv::Rect& box) {
 // What a shape covers of images of a size.
 struct Coverage {
   KelROI roi;  // keeps the shape, so that no other comes to lie in its place
+  const KelShape* shape = nullptr;
   cv::Size size;
   PixelRuns pixels;
 };
@@ -60,10 +61,11 @@ class CoveredPixels {
       TakeBox(cv::Rect({}, image.size()), image.size());
       return 0;
     }
-    if (std::holds_alternative<std::monostate>(roi.Shape())) {
+    const KelShape& shape = roi.Shape();
+    if (std::holds_alternative<std::monostate>(shape)) {
       return KEL_ROI_ERR_KIND;
     }
-    Take(roi, image.size());
+    Take(roi, shape, image.size());
     return pixels_->runs.empty() ? KEL_ROI_ERR_OUTSIDE : 0;
   }
 
@@ -77,15 +79,15 @@ class CoveredPixels {
   const PixelRuns* operator->() const { return pixels_; }
 
  private:
-  void Take(const KelROI& roi, cv::Size size) {
+  void Take(const KelROI& roi, const KelShape& shape, cv::Size size) {
     thread_local Coverage t_last;
     pixels_ = &t_last.pixels;
-    if (&t_last.roi.Shape() == &roi.Shape() && t_last.size == size) {
+    if (t_last.shape == &shape && t_last.size == size) {
       return;
     }
-    own_ = Rasterize(roi.Shape(), size);
-    if (IsSmall(roi.Shape())) {
-      t_last = {roi, size, std::move(own_)};
+    own_ = Rasterize(shape, size);
+    if (IsSmall(shape)) {
+      t_last = {roi, &shape, size, std::move(own_)};
     } else {
       pixels_ = &own_;
     }
@@ -235,6 +237,20 @@ void WalkPixels(cv::Size size, const std::vector<KelRun>& runs, Inside inside, O
   outside(next, size.height * columns);
 }
 
+// Calls `outside(first, end)` for the pixels of an image around a box, counted row by row.
+template <class Outside>
+void WalkAround(const cv::Rect& box, cv::Size size, Outside outside) {
+  const std::ptrdiff_t columns = size.width;
+  const std::ptrdiff_t gap = columns - box.width;
+  std::ptrdiff_t next = box.y * columns + box.x + box.width;
+  outside(0, next - box.width);
+  for (int row = 1; row < box.height; ++row) {
+    outside(next, next + gap);
+    next += columns;
+  }
+  outside(next, size.height * columns);
+}
+
 // Of parts it counts what they are parts of.
 bool LieApart(const cv::Mat& a, const cv::Mat& b) {
   return a.datalimit <= b.datastart || b.datalimit <= a.datastart;
@@ -264,19 +280,14 @@ bool OffersMemory(const cv::Mat& out, const cv::Mat& image) {
   return !out.isSubmatrix() && reserved >= out.step[0] * static_cast<std::size_t>(image.rows);
 }
 
-// The output itself where its memory serves and nothing of the part is overwritten there, else a
-// new matrix: the memory of a large one is given to the process page by page, which takes longer
-// than the work.
-cv::Mat& MatrixToRestoreInto(const cv::Mat& image, const cv::Mat& part, const cv::Rect& box,
-                             cv::Mat* out, cv::Mat* fresh) {
-  const bool part_may_lie_there = out->rows == 0;
-  if (OffersMemory(*out, image) &&
-      (LieApart(*out, part) || (part_may_lie_there && LiesInItsPlace(part, *out, box)))) {
-    out->resize(static_cast<std::size_t>(image.rows));
-    return *out;
-  }
-  fresh->create(image.size(), image.type());
-  return *fresh;
+// Whether the image with the part in it can be written to the output, and nothing of the part is
+// overwritten there: the memory of a large new matrix is given to the process page by page, which
+// takes longer than the work.
+bool CanRestoreInto(const cv::Mat& image, const cv::Mat& part, const cv::Rect& box,
+                    const cv::Mat& out) {
+  const bool part_may_lie_there = out.rows == 0;
+  return OffersMemory(out, image) &&
+         (LieApart(out, part) || (part_may_lie_there && LiesInItsPlace(part, out, box)));
 }
 
 // Fills `restored` with `image`, the pixels on the runs taken from `part`, the content of the box,
@@ -291,7 +302,10 @@ void PutBack(const cv::Mat& image, const cv::Mat& part, const PixelRuns& covered
   };
   const auto leave = [](const KelRun&, std::ptrdiff_t, std::ptrdiff_t) {};
   const auto put = [&](auto copy_outside) {
-    if (LiesInItsPlace(part, restored, box)) {
+    const bool in_place = LiesInItsPlace(part, restored, box);
+    if (in_place && covered.FillsBox()) {
+      WalkAround(box, image.size(), copy_outside);
+    } else if (in_place) {
       WalkPixels(image.size(), covered.runs, leave, copy_outside);
     } else {
       WalkPixels(image.size(), covered.runs, take_from_part, copy_outside);
@@ -395,11 +409,13 @@ KelLong KelROIDataConvert::ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI
     if (masked == 0) {
       covered.TakeBox(covered->box, image.size());
     }
-    cv::Mat fresh;
-    cv::Mat& restored = MatrixToRestoreInto(image, part, covered->box, out, &fresh);
-    PutBack(image, part, *covered, restored);
-    if (&restored == &fresh) {
-      *out = std::move(fresh);
+    if (CanRestoreInto(image, part, covered->box, *out)) {
+      out->resize(static_cast<std::size_t>(image.rows));
+      PutBack(image, part, *covered, *out);
+    } else {
+      cv::Mat restored(image.size(), image.type());
+      PutBack(image, part, *covered, restored);
+      *out = std::move(restored);
     }
     return 0;
   });
