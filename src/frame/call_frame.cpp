@@ -66,6 +66,14 @@ class ConstantImage {
   cv::Mat image_;
 };
 
+// Offers the region library the matrix's memory, not its content: a matrix of no rows. One that
+// knows the form shows them again; to another it is an empty matrix, whose rows nothing else
+// reaches, not even a resizing.
+void HideRows(cv::Mat* mat) {
+  mat->rows = 0;  // what cv::Mat::adjustROI gives, without its divisions
+  mat->flags |= cv::Mat::SUBMATRIX_FLAG;
+}
+
 // Where `part` lies in `whole`, when it is a part of it.
 std::optional<cv::Rect> PlaceOf(const cv::Mat& part, const cv::Mat& whole) {
   if (part.empty() || part.dims > 2 || part.type() != whole.type() ||
@@ -248,7 +256,7 @@ Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
     return Fail(Fallback::kPartWork, status, dst);
   }
   if (restored.data != nullptr) {
-    restored.resize(0);  // its memory is offered, its content is not
+    HideRows(&restored);
   }
   const Status status =
       RegionConverter().ROIImageRestore(input, part_result.Mat(), roi, &restored, 1);

@@ -266,18 +266,25 @@ bool LiesInItsPlace(const cv::Mat& part, const cv::Mat& whole, const cv::Rect& b
   return part.data == whole.ptr(box.y, box.x) && part.step[0] == whole.step[0];
 }
 
-// Whether a matrix of the image's size and type can be made of `out`: it has the rows, or none and
-// has reserved them. It must not overlap the image, which is still read.
-bool OffersMemory(const cv::Mat& out, const cv::Mat& image) {
-  if (out.dims > 2 || out.data == nullptr || out.cols != image.cols || out.type() != image.type() ||
-      !LieApart(out, image)) {
-    return false;
-  }
-  if (out.rows != 0) {
-    return out.rows == image.rows;
-  }
-  const auto reserved = static_cast<std::size_t>(out.datalimit - out.data);
-  return !out.isSubmatrix() && reserved >= out.step[0] * static_cast<std::size_t>(image.rows);
+// Whether rows of `out` may be written for those of the image, which is still read.
+bool Fits(const cv::Mat& out, const cv::Mat& image) {
+  return out.dims <= 2 && out.data != nullptr && out.cols == image.cols &&
+         out.type() == image.type() && LieApart(out, image);
+}
+
+// Whether the matrix hides so many rows, which are all that there are. Products only, unlike
+// cv::Mat::locateROI, whose divisions take as long as some rows of a small image.
+bool HidesRows(const cv::Mat& mat, int rows) {
+  const std::size_t bytes = mat.step[0] * static_cast<std::size_t>(rows - 1) +
+                            mat.elemSize() * static_cast<std::size_t>(mat.cols);
+  return mat.rows == 0 && mat.isSubmatrix() && mat.data == mat.datastart &&
+         static_cast<std::size_t>(mat.dataend - mat.data) == bytes;
+}
+
+void ShowRows(int rows, cv::Mat* mat) {
+  mat->rows = rows;
+  mat->flags &= ~cv::Mat::SUBMATRIX_FLAG;
+  mat->updateContinuityFlag();
 }
 
 // Whether the image with the part in it can be written to the output, and nothing of the part is
@@ -285,9 +292,12 @@ bool OffersMemory(const cv::Mat& out, const cv::Mat& image) {
 // takes longer than the work.
 bool CanRestoreInto(const cv::Mat& image, const cv::Mat& part, const cv::Rect& box,
                     const cv::Mat& out) {
-  const bool part_may_lie_there = out.rows == 0;
-  return OffersMemory(out, image) &&
-         (LieApart(out, part) || (part_may_lie_there && LiesInItsPlace(part, out, box)));
+  if (!Fits(out, image)) {
+    return false;
+  }
+  const bool apart = LieApart(out, part);
+  return (apart && out.rows == image.rows) ||
+         (HidesRows(out, image.rows) && (apart || LiesInItsPlace(part, out, box)));
 }
 
 // Fills `restored` with `image`, the pixels on the runs taken from `part`, the content of the box,
@@ -410,7 +420,9 @@ KelLong KelROIDataConvert::ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI
       covered.TakeBox(covered->box, image.size());
     }
     if (CanRestoreInto(image, part, covered->box, *out)) {
-      out->resize(static_cast<std::size_t>(image.rows));
+      if (out->rows == 0) {
+        ShowRows(image.rows, out);
+      }
       PutBack(image, part, *covered, *out);
     } else {
       cv::Mat restored(image.size(), image.type());

@@ -136,6 +136,13 @@ struct Layout {
 };
 constexpr Layout kLayouts[] = {{0, 0}, {24, 64}};  // in bytes; whole samples of every depth
 
+// Offers the memory of the matrix.
+cv::Mat WithHiddenRows(cv::Mat mat) {
+  mat.adjustROI(0, -mat.rows, 0, 0);
+  mat.flags |= cv::Mat::SUBMATRIX_FLAG;
+  return mat;
+}
+
 using RegionCheck = std::function<void(int type, Layout layout, KelROI& roi, const Cover& cover)>;
 
 void ForEveryTypeLayoutAndRegion(const RegionCheck& check) {
@@ -310,8 +317,7 @@ TEST(RoiRestore, WritesAroundAPartThatLiesInTheOutput) {
       GuardedImage out(RandomBytes(kSize, type, 5), layout.gap, layout.margin);
       cv::Mat part = out.Mat()(cover.box);
       const cv::Mat expected = PlainRestore(image, part.clone(), cover, masked != 0);
-      cv::Mat written = out.Mat();
-      written.resize(0);
+      cv::Mat written = WithHiddenRows(out.Mat());
       ASSERT_EQ(converter.ROIImageRestore(image, part, roi, &written, masked), 0);
       EXPECT_EQ(written.data, out.Mat().data);
       EXPECT_TRUE(SameImage(written, expected));
@@ -334,33 +340,31 @@ TEST(RoiRestore, LeavesAPartAloneThatLiesInAnOutputWithItsRows) {
   EXPECT_TRUE(SameImage(whole, before));
 }
 
-TEST(RoiRestore, UsesTheRowsThatAnOutputHasReserved) {
+TEST(RoiRestore, UsesTheRowsThatAnOutputHides) {
   KelROIDataConvert converter;
   KelROI roi = KelROI::Circle({10, 8}, 6);
   const Cover cover(roi, kSize);
   cv::Mat image = RandomBytes(kSize, CV_8UC3, 3);
-  const auto with_rows_reserved = [](cv::Mat out) {
-    out.resize(0);
-    return out;
-  };
   for (const bool part_lies_in_it : {false, true}) {
     const cv::Mat own = RandomBytes(kSize, CV_8UC3, 5);
     cv::Mat part = part_lies_in_it ? own(cover.box) : RandomBytes(cover.box.size(), CV_8UC3, 6);
     const cv::Mat expected = PlainRestore(image, part.clone(), cover, true);
-    cv::Mat out = with_rows_reserved(own);
+    cv::Mat out = WithHiddenRows(own);
     ASSERT_EQ(converter.ROIImageRestore(image, part, roi, &out, 1), 0);
     EXPECT_EQ(out.data, own.data);
     EXPECT_TRUE(SameImage(out, expected));
   }
-  // Too few rows, rows of another width, and rows among others: those are not written.
+  // Too few or too many rows, rows of another width, and rows among others: those are not written.
   cv::Mat part = RandomBytes(cover.box.size(), CV_8UC3, 6);
   const cv::Mat expected = PlainRestore(image, part, cover, true);
   const cv::Mat canvas = RandomBytes({kSize.width, kSize.height + 2}, CV_8UC3, 7);
-  for (const cv::Mat& other : {RandomBytes({kSize.width, kSize.height - 1}, CV_8UC3, 5),
-                               RandomBytes({kSize.width + 1, kSize.height}, CV_8UC3, 5),
-                               canvas.rowRange(1, kSize.height + 1)}) {
+  const cv::Mat wide = RandomBytes({kSize.width + 2, kSize.height}, CV_8UC3, 8);
+  for (const cv::Mat& other :
+       {RandomBytes({kSize.width, kSize.height - 1}, CV_8UC3, 5), canvas, wide,
+        canvas.rowRange(0, kSize.height), canvas.rowRange(1, kSize.height + 1),
+        wide.colRange(0, kSize.width), wide.colRange(1, kSize.width + 1)}) {
     const cv::Mat before = other.clone();
-    cv::Mat out = with_rows_reserved(other);
+    cv::Mat out = WithHiddenRows(other);
     ASSERT_EQ(converter.ROIImageRestore(image, part, roi, &out, 1), 0);
     EXPECT_TRUE(SameImage(out, expected));
     EXPECT_TRUE(SameImage(other, before));

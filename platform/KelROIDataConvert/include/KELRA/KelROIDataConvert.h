@@ -45,8 +45,9 @@ class KELROIDATACONVERT_API KelROIDataConvert {
   // Writes a copy of `image` into `out` in which the pixels inside the shape come from `part`, a
   // matrix of the size that the extraction returns and of the image's type; with `masked` 0 the
   // whole box comes from it. An output of the image's size and type that lies apart from both is
-  // written in place; so is one of no rows that has reserved them (cv::Mat::resize), in which
-  // `part` may lie where it belongs.
+  // written in place; so is one that hides all its rows, in which `part` may lie where it belongs:
+  // adjustROI(0, -rows, 0, 0), and SUBMATRIX_FLAG. Whatever else is done to such an empty matrix
+  // gives it other memory, so an implementation that knows nothing of this overwrites no part.
   KelLong ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI& roi, cv::Mat* out, int masked);
 
   // Writes an 8-bit mask of the image's size: 255 inside the shape and 0 outside, the other way
