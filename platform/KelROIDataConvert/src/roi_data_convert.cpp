@@ -367,7 +367,7 @@ cv::Mat SharedMask(const KelROI& roi, const std::vector<KelRun>& runs, cv::Size 
     painted.mask = cv::Mat(size, CV_8UC1);
   }
   PaintMask(runs, 255, 0, painted.mask);
-  const cv::Mat mask = painted.mask;
+  cv::Mat mask = painted.mask;
   if (mask.total() <= kMostMaskBytesToRemember) {
     if (IsSmall(roi.Shape())) {
       painted.roi = roi;
