@@ -28,7 +28,8 @@ inline const std::vector<int> kAllTypes = {CV_8UC1, CV_8UC3, CV_16UC1, CV_16UC3}
 // `smallest`, below, is the smallest image that a call works on: what it takes then is its
 // overhead.
 
-// Operations on one image. Both write the result into an output that is reused from call to call.
+// Operations on one image. Both write the result into an output that is reused from call to call;
+// so are OpenCV's matrices in between.
 struct SideBySide {
   std::string operation;
   std::function<KelLong(KelImageOperation& op, KelImage& image, KelImage* dst)> ours;

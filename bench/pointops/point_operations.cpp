@@ -35,7 +35,7 @@ void RegisterPointOperations() {
               return op.Sqrt(src, roi, dst);
             },
             [](const cv::Mat& src, cv::Mat* dst) {
-              cv::Mat floats;
+              static cv::Mat floats;
               src.convertTo(floats, CV_32F);
               cv::sqrt(floats, floats);
               floats.convertTo(*dst, src.depth());

@@ -7,23 +7,25 @@ namespace {
 
 using Images = std::vector<cv::Mat>;
 
+using Extreme = void (*)(cv::InputArray, cv::InputArray, cv::OutputArray);
+
+void ExtremeByOpenCv(const Images& images, Extreme extreme, cv::Mat* dst) {
+  extreme(images[0], images[1], *dst);
+  for (std::size_t i = 2; i < images.size(); ++i) {
+    extreme(*dst, images[i], *dst);
+  }
+}
+
 // The mean of all images, of what is left without the extremes where `trimmed`.
 void MeanByOpenCv(const Images& images, bool trimmed, cv::Mat* dst) {
-  cv::Mat sum = cv::Mat::zeros(images[0].size(), CV_32FC(images[0].channels()));
-  cv::Mat smallest;
-  cv::Mat largest;
-  if (trimmed) {
-    smallest = images[0].clone();
-    largest = images[0].clone();
-  }
-  for (const cv::Mat& image : images) {
-    cv::accumulate(image, sum);
-    if (trimmed) {
-      cv::min(smallest, image, smallest);
-      cv::max(largest, image, largest);
-    }
+  static cv::Mat sum, smallest, largest;
+  images[0].convertTo(sum, CV_32F);
+  for (std::size_t i = 1; i < images.size(); ++i) {
+    cv::accumulate(images[i], sum);
   }
   if (trimmed) {
+    ExtremeByOpenCv(images, cv::min, &smallest);
+    ExtremeByOpenCv(images, cv::max, &largest);
     cv::subtract(sum, largest, sum, cv::noArray(), CV_32F);
     cv::subtract(sum, smallest, sum, cv::noArray(), CV_32F);
   }
@@ -38,23 +40,13 @@ void RegisterStatistics() {
             [](KelImageOperation& op, KelImageArray& images, KelImage* dst) {
               return op.PixelMax(images, dst);
             },
-            [](const Images& images, cv::Mat* dst) {
-              images[0].copyTo(*dst);
-              for (const cv::Mat& image : images) {
-                cv::max(*dst, image, *dst);
-              }
-            }},
+            [](const Images& images, cv::Mat* dst) { ExtremeByOpenCv(images, cv::max, dst); }},
            Work::kRowKernels);
   Register({"PixelMin", 8,
             [](KelImageOperation& op, KelImageArray& images, KelImage* dst) {
               return op.PixelMin(images, dst);
             },
-            [](const Images& images, cv::Mat* dst) {
-              images[0].copyTo(*dst);
-              for (const cv::Mat& image : images) {
-                cv::min(*dst, image, *dst);
-              }
-            }},
+            [](const Images& images, cv::Mat* dst) { ExtremeByOpenCv(images, cv::min, dst); }},
            Work::kRowKernels);
   Register({"PixelAverage", 8,
             [](KelImageOperation& op, KelImageArray& images, KelImage* dst) {

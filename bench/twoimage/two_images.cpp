@@ -60,7 +60,7 @@ TurnedBox BoxOf(cv::Size size) {
 using OnTurned = std::function<KelLong(KelImageOperation& op, KelImage& image, KelImage& part,
                                        KelImage* dst, KelPoint& at)>;
 // What OpenCV makes of the covered pixels and the turned ones.
-using OfTurned = std::function<cv::Mat(const cv::Mat& covered, const cv::Mat& turned)>;
+using OfTurned = Combine;
 
 // With a mask, only what the turned image covers is written; without, `around` changes nothing.
 struct Turned {
@@ -72,23 +72,24 @@ struct Turned {
 };
 
 void ByOpenCv(const Turned& turned, const cv::Mat& image, const cv::Mat& second, cv::Mat* dst) {
+  static cv::Mat pixels, combined, white, mask;
   const cv::Mat part = second(Middle(second));
   const TurnedBox box = BoxOf(part.size());
   const cv::Rect on_first = box.on_first & cv::Rect({}, image.size());
   const cv::Rect visible({}, on_first.size());
-  cv::Mat pixels;
   cv::warpAffine(part, pixels, box.transform, box.on_first.size(), cv::INTER_LINEAR,
                  cv::BORDER_CONSTANT, cv::Scalar::all(turned.around));
   image.copyTo(*dst);
   cv::Mat target = (*dst)(on_first);
-  const cv::Mat combined = turned.opencv(image(on_first), pixels(visible));
   if (!turned.masked) {
-    combined.copyTo(target);
+    turned.opencv(image(on_first), pixels(visible), &target);
     return;
   }
-  cv::Mat mask;
-  cv::warpAffine(cv::Mat(part.size(), CV_8UC1, cv::Scalar(255)), mask, box.transform,
-                 box.on_first.size());
+  turned.opencv(image(on_first), pixels(visible), &combined);
+  if (white.size() != part.size()) {
+    white = cv::Mat(part.size(), CV_8UC1, cv::Scalar(255));
+  }
+  cv::warpAffine(white, mask, box.transform, box.on_first.size());
   combined.copyTo(target, mask(visible));
 }
 
@@ -126,9 +127,6 @@ void RegisterTurnedBitwise(const char* name, Bitwise method, double around,
                   opencv, false, around});
 }
 
-// An expression of matrices, computed.
-cv::Mat Computed(const cv::MatExpr& expression) { return expression; }
-
 }  // namespace
 
 void RegisterTwoImages() {
@@ -157,34 +155,34 @@ void RegisterTwoImages() {
   RegisterBitwise(
       "BitXor", &KelImageOperation::BitXor,
       [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) { cv::bitwise_xor(a, b, *dst); });
-  RegisterTurnedArithmetic("Add turned", &KelImageOperation::Add, 1, 0, 0,
-                           [](const cv::Mat& a, const cv::Mat& b) { return Computed(a + b); });
+  RegisterTurnedArithmetic(
+      "Add turned", &KelImageOperation::Add, 1, 0, 0,
+      [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) { cv::add(a, b, *dst); });
   RegisterTurnedArithmetic("Add turned, x0.5 +3", &KelImageOperation::Add, 0.5F, 3, 0,
-                           [](const cv::Mat& a, const cv::Mat& b) {
-                             cv::Mat scaled;
-                             Computed(a + b).convertTo(scaled, -1, 0.5, 3);
-                             return scaled;
+                           [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) {
+                             cv::addWeighted(a, 0.5, b, 0.5, 3, *dst);
                            });
-  RegisterTurnedArithmetic("Multiply turned", &KelImageOperation::Multiply, 1, 0, 1,
-                           [](const cv::Mat& a, const cv::Mat& b) { return Computed(a.mul(b)); });
-  RegisterTurnedArithmetic("Divide turned, x64", &KelImageOperation::Divide, 64, 0, 1,
-                           [](const cv::Mat& a, const cv::Mat& b) {
-                             cv::Mat quotient;
-                             cv::divide(a, b, quotient, 64);
-                             return quotient;
-                           });
-  RegisterTurnedBitwise("BitAnd turned", &KelImageOperation::BitAnd, 65535,
-                        [](const cv::Mat& a, const cv::Mat& b) { return Computed(a & b); });
-  RegisterTurnedBitwise("BitOr turned", &KelImageOperation::BitOr, 0,
-                        [](const cv::Mat& a, const cv::Mat& b) { return Computed(a | b); });
-  RegisterTurnedBitwise("BitXor turned", &KelImageOperation::BitXor, 0,
-                        [](const cv::Mat& a, const cv::Mat& b) { return Computed(a ^ b); });
+  RegisterTurnedArithmetic(
+      "Multiply turned", &KelImageOperation::Multiply, 1, 0, 1,
+      [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) { cv::multiply(a, b, *dst); });
+  RegisterTurnedArithmetic(
+      "Divide turned, x64", &KelImageOperation::Divide, 64, 0, 1,
+      [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) { cv::divide(a, b, *dst, 64); });
+  RegisterTurnedBitwise(
+      "BitAnd turned", &KelImageOperation::BitAnd, 65535,
+      [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) { cv::bitwise_and(a, b, *dst); });
+  RegisterTurnedBitwise(
+      "BitOr turned", &KelImageOperation::BitOr, 0,
+      [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) { cv::bitwise_or(a, b, *dst); });
+  RegisterTurnedBitwise(
+      "BitXor turned", &KelImageOperation::BitXor, 0,
+      [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) { cv::bitwise_xor(a, b, *dst); });
   Register({"Compare greater",
             [](KelImageOperation& op, KelImage& image, KelImage& second, KelImage* dst) {
               return op.Compare(image, second, dst, 7);
             },
             [](const cv::Mat& a, const cv::Mat& b, cv::Mat* dst) {
-              cv::Mat mask;
+              static cv::Mat mask;
               cv::compare(a, b, mask, cv::CMP_GT);
               a.copyTo(*dst);
               dst->setTo(255, mask);
@@ -196,7 +194,7 @@ void RegisterTwoImages() {
               return op.CompareConst(image, roi, dst, 100, 7);
             },
             [](const cv::Mat& src, cv::Mat* dst) {
-              cv::Mat mask;
+              static cv::Mat mask;
               cv::compare(src, 100, mask, cv::CMP_GT);
               src.copyTo(*dst);
               dst->setTo(255, mask);
