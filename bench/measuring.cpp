@@ -11,7 +11,7 @@ namespace KELRA::bench {
 namespace {
 
 // What a side finds in the caches depends on who came before, for many calls where images fill the
-// last of them. So each of three follows each as often, and as long after its own last turn.
+// last of them. So each of three follows each about as often, and as long after its own last turn.
 constexpr std::size_t kOrders[][3] = {{0, 1, 2}, {0, 2, 1}, {2, 1, 0},
                                       {1, 0, 2}, {1, 2, 0}, {2, 0, 1}};
 constexpr std::size_t kRounds = std::size(kOrders);

@@ -66,13 +66,28 @@ class ConstantImage {
   cv::Mat image_;
 };
 
-// Offers the region library the matrix's memory, not its content: a matrix of no rows. One that
-// knows the form shows them again; to another it is an empty matrix, whose rows nothing else
-// reaches, not even a resizing.
-void HideRows(cv::Mat* mat) {
-  mat->rows = 0;  // what cv::Mat::adjustROI gives, without its divisions
-  mat->flags |= cv::Mat::SUBMATRIX_FLAG;
-}
+// Offers the region library a matrix's memory, not its content, while it lives: a matrix of no
+// rows. One that knows the form shows them again; to another it is an empty matrix, whose rows
+// nothing else reaches, not even a resizing. Rows that are not shown are given back.
+class OfferOfRows {
+ public:
+  explicit OfferOfRows(cv::Mat* mat) : mat_(mat) {
+    if (mat->data != nullptr) {
+      mat->rows = 0;  // what cv::Mat::adjustROI gives, without its divisions
+      mat->flags |= cv::Mat::SUBMATRIX_FLAG;
+    }
+  }
+  ~OfferOfRows() {
+    if (mat_->rows == 0) {
+      *mat_ = cv::Mat();
+    }
+  }
+  OfferOfRows(const OfferOfRows&) = delete;
+  OfferOfRows& operator=(const OfferOfRows&) = delete;
+
+ private:
+  cv::Mat* mat_;
+};
 
 // Where `part` lies in `whole`, when it is a part of it.
 std::optional<cv::Rect> PlaceOf(const cv::Mat& part, const cv::Mat& whole) {
@@ -255,14 +270,10 @@ Status CallFrame::RunOnPart(KelROI& roi, KelImage* dst, Work work) {
   if (const Status status = work(part, &part_result); !status.ok()) {
     return Fail(Fallback::kPartWork, status, dst);
   }
-  if (restored.data != nullptr) {
-    HideRows(&restored);
-  }
-  const Status status =
-      RegionConverter().ROIImageRestore(input, part_result.Mat(), roi, &restored, 1);
-  if (restored.rows == 0) {
-    restored.release();
-  }
+  const Status status = [&]() -> Status {
+    const OfferOfRows offer(&restored);
+    return RegionConverter().ROIImageRestore(input, part_result.Mat(), roi, &restored, 1);
+  }();
   const AfterRestore after = policy_.after_restore;
   if (&restored == &separate && (status.ok() || after != AfterRestore::kOnlyOnSuccess)) {
     if (after == AfterRestore::kOnlyOnSuccess) {

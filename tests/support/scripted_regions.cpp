@@ -1,5 +1,7 @@
 #include "scripted_regions.h"
 
+#include <stdexcept>
+
 #include "KELRA/KelROIDataConvert.h"
 
 namespace kelra_test {
@@ -60,6 +62,9 @@ KelLong KelROIDataConvert::ROIImageRestore(cv::Mat& image, cv::Mat& part, KelROI
                                            int masked) {
   g_calls.push_back(
       {"ROIImageRestore", this, roi.ROIType(), image, part, {static_cast<double>(masked)}, *out});
+  if (g_script.restore_throws) {
+    throw std::runtime_error("restore");
+  }
   if (UsesDefault(g_script.restore_status, g_script.restored)) {
     *out = image.clone();
     part.copyTo((*out)(g_script.box));

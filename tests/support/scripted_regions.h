@@ -19,6 +19,7 @@ struct RegionScript {
   KELRA::KelLong mask_status = 0;
   std::optional<cv::Mat> extracted;
   std::optional<cv::Mat> restored;
+  bool restore_throws = false;
   std::optional<cv::Mat> mask;
 };
 

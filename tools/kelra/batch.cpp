@@ -115,7 +115,9 @@ std::vector<Job> JobsOfSplit(const std::vector<std::string>& files) {
   std::vector<Job> jobs = JobsOfEach(files, true);
   std::map<fs::path, std::string> input_of;
   for (const Job& job : jobs) {
-    input_of.emplace(PlaceOf(job.output), job.inputs.front());
+    if (const fs::path place = PlaceOf(job.output); !place.empty()) {
+      input_of.emplace(place, job.inputs.front());
+    }
   }
   for (const Job& job : jobs) {
     const std::string& input = job.inputs.front();

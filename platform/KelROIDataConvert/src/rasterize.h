@@ -16,7 +16,9 @@ struct PixelRuns {
 
   std::size_t pixels = 0;  // how many they are
 
-  bool FillsBox() const { return pixels == static_cast<std::size_t>(box.area()); }
+  bool FillsBox() const {
+    return pixels == static_cast<std::size_t>(box.width) * static_cast<std::size_t>(box.height);
+  }
 };
 
 // A pixel belongs to a shape when its centre, at its integer coordinates, does:

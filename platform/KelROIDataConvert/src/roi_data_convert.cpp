@@ -347,8 +347,14 @@ bool AsksForSharedMask(const cv::Mat& image, const cv::Mat& mask) {
          mask.type() == CV_8UC1;
 }
 
-// More is given back at once.
+// More is given back at once, and so is what a caller's own allocator has given, which may end
+// before the thread does.
 constexpr std::size_t kMostMaskBytesToRemember = std::size_t{16} * 1024 * 1024;
+
+bool MayBeRemembered(const cv::Mat& mask) {
+  return mask.total() <= kMostMaskBytesToRemember && mask.u != nullptr &&
+         mask.u->currAllocator == cv::Mat::getStdAllocator();
+}
 
 // The mask of a shape, white inside. The last one of each thread is remembered, for the same shape
 // again, or, when nobody holds it any more, as memory for the mask of another.
@@ -368,7 +374,7 @@ cv::Mat SharedMask(const KelROI& roi, const std::vector<KelRun>& runs, cv::Size 
   }
   PaintMask(runs, 255, 0, painted.mask);
   cv::Mat mask = painted.mask;
-  if (mask.total() <= kMostMaskBytesToRemember) {
+  if (MayBeRemembered(mask)) {
     if (IsSmall(roi.Shape())) {
       painted.roi = roi;
     }

@@ -718,6 +718,19 @@ TEST_F(CallFrameTest, WhatTheWorkThrowsPassesAndLeavesNoLogger) {
   }
 }
 
+TEST_F(CallFrameTest, WhatTheRestoreThrowsPassesAndLeavesNoHiddenRows) {
+  for (const AfterRestore after : kAllAfterRestore) {
+    StartOver();
+    script_->extracted = src_.Mat()(script_->box);
+    script_->restore_throws = true;
+    dst_ = KelImage(RandomImage(6, 9, CV_8UC1, 4));
+    const FramePolicy policy{.lines = kLines, .after_restore = after};
+    EXPECT_THROW(Run(policy, KEL_ROI_CIRCLE, InvertInPlace), std::runtime_error);
+    EXPECT_FALSE(dst_.Mat().isSubmatrix());
+    EXPECT_EQ(dst_.Mat().rows, dst_.Mat().data == nullptr ? 0 : 6);
+  }
+}
+
 TEST_F(CallFrameTest, TheAnswerOfTheLogIsIgnored) {
   const RecordedLog failing_log(9);
   const FramePolicy policy{.lines = kLines};

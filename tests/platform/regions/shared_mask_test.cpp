@@ -122,4 +122,42 @@ TEST(RoiSharedMask, IsNotGivenToCallersThatDoNotAskForIt) {
   }
 }
 
+// A caller's own memory, which tells how much of it is in use.
+class CountingMemory : public cv::MatAllocator {
+ public:
+  CountingMemory() { cv::Mat::setDefaultAllocator(this); }
+  ~CountingMemory() override { cv::Mat::setDefaultAllocator(cv::Mat::getStdAllocator()); }
+
+  int InUse() const { return in_use_; }
+
+  cv::UMatData* allocate(int dims, const int* sizes, int type, void* data, std::size_t* step,
+                         cv::AccessFlag flags, cv::UMatUsageFlags usage) const override {
+    cv::UMatData* memory =
+        cv::Mat::getStdAllocator()->allocate(dims, sizes, type, data, step, flags, usage);
+    memory->prevAllocator = memory->currAllocator = this;
+    ++in_use_;
+    return memory;
+  }
+  bool allocate(cv::UMatData*, cv::AccessFlag, cv::UMatUsageFlags) const override { return false; }
+  void deallocate(cv::UMatData* data) const override {
+    --in_use_;
+    cv::Mat::getStdAllocator()->deallocate(data);
+  }
+
+ private:
+  mutable int in_use_ = 0;
+};
+
+TEST(RoiSharedMask, IsNotRememberedInACallersOwnMemory) {
+  const KelROI roi = KelROI::Circle({10, 8}, 6);
+  MaskToRead(KelROI::Rectangle(1, 1, 2, 2), {5, 5});
+  const CountingMemory memory;
+  {
+    const cv::Mat mask = MaskToRead(roi);
+    EXPECT_TRUE(SameImage(mask, Expected(roi)));
+    EXPECT_GT(memory.InUse(), 0);
+  }
+  EXPECT_EQ(memory.InUse(), 0);
+}
+
 }  // namespace
