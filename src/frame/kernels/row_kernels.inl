@@ -395,6 +395,16 @@ inline bool LooksWritten(const Sample*, const Other&) {
   return false;
 }
 
+// The same of reading downwards.
+template <class Sample>
+inline bool LooksWrittenDownwards(const Sample* dst, const Sample* src) {
+  return LooksWritten(src, dst);
+}
+template <class Sample, class Other>
+inline bool LooksWrittenDownwards(const Sample*, const Other&) {
+  return false;
+}
+
 // How vectors are loaded where the instruction set knows no better.
 template <class Input>
 inline auto LoadInHalves(Input p) {
@@ -430,9 +440,8 @@ template <bool kStreaming, class Formula, class Sample, class... Inputs>
   constexpr std::ptrdiff_t kStep = kLanes<Sample>;
   // Loading in halves adds instructions, in vain for formulas that take longer than memory does and
   // for rows in the first-level cache that do not look written.
-  constexpr bool kInHalves = kLanes<std::uint8_t> == 64 && !requires {
-    Formula::kTakesLongerThanMemory;
-  };
+  constexpr bool kHasHalves = kLanes<std::uint8_t> == 64;
+  constexpr bool kInHalves = kHasHalves && !requires { Formula::kTakesLongerThanMemory; };
   constexpr auto kFar = static_cast<std::ptrdiff_t>(64 * 1024 / sizeof(Sample));
   // A copy that no store can reach: its constants stay in registers.
   const Formula f = formula;
@@ -449,8 +458,10 @@ template <bool kStreaming, class Formula, class Sample, class... Inputs>
     }
   } else {
     const std::ptrdiff_t vectors = count / kStep;
-    if (kInHalves && (count >= kFar || (LooksWritten(dst, src) || ...))) {
-      WalkVectors<kInHalves>(f, vectors, dst, src...);
+    const bool waits_upwards = (LooksWritten(dst, src) || ...);
+    const bool waits_either_way = waits_upwards && (LooksWrittenDownwards(dst, src) || ...);
+    if (kInHalves ? count >= kFar || waits_upwards : kHasHalves && waits_either_way) {
+      WalkVectors<kHasHalves>(f, vectors, dst, src...);
     } else {
       WalkVectors<false>(f, vectors, dst, src...);
     }
