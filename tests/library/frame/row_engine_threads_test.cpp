@@ -4,7 +4,6 @@
 #include <tbb/global_control.h>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
-#include <tbb/task_scheduler_observer.h>
 
 #include <algorithm>
 #include <atomic>
@@ -52,18 +51,6 @@ class Crowd {
   int most_ = 0;
 };
 
-class ArenaObserver : public tbb::task_scheduler_observer {
- public:
-  explicit ArenaObserver(tbb::task_arena& arena) : task_scheduler_observer(arena) { observe(true); }
-  ~ArenaObserver() override { observe(false); }
-  void on_scheduler_entry(bool) override { crowd_.Enter(); }
-  void on_scheduler_exit(bool) override { crowd_.Leave(); }
-  int Most() const { return crowd_.Most(); }
-
- private:
-  Crowd crowd_;
-};
-
 // Bodies wait for so many at a time, so that threads come however few cores there are and however
 // busy these are; all of them wait no longer than that.
 int MostThreadsInBodies(int awaited, std::chrono::milliseconds longest) {
@@ -80,18 +67,25 @@ int MostThreadsInBodies(int awaited, std::chrono::milliseconds longest) {
 // Long enough for a thread too many to come.
 constexpr std::chrono::milliseconds kAWhile{100};
 
+// How many came to the best attended of several loops: oneTBB promises a loop no thread but its
+// caller's.
+int MostThreadsInSeveralLoops(int enough) {
+  const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+  int most = 0;
+  while (most < enough && std::chrono::steady_clock::now() < end) {
+    most = std::max(most, MostThreadsInBodies(enough, kAWhile));
+  }
+  return most;
+}
+
 TEST(RowEngineConcurrent, NoMoreThreadsThanTheCallersArenaHasSlots) {
   const tbb::global_control many(tbb::global_control::max_allowed_parallelism, 8);
   for (const int slots : {1, 2, 3}) {
     tbb::task_arena arena(slots);
-    const ArenaObserver observer(arena);
     EXPECT_LE(arena.execute([&] { return MostThreadsInBodies(slots + 1, kAWhile); }), slots);
-    EXPECT_LE(observer.Most(), slots);
   }
   // There are threads enough for the limits to matter.
-  constexpr std::chrono::seconds kAsLongAsItTakes{60};
-  EXPECT_GE(tbb::task_arena(8).execute([&] { return MostThreadsInBodies(4, kAsLongAsItTakes); }),
-            4);
+  EXPECT_GE(tbb::task_arena(8).execute([] { return MostThreadsInSeveralLoops(4); }), 4);
 }
 
 TEST(RowEngineConcurrent, OnlyTheCallersThreadUnderAGlobalLimitOf1) {
