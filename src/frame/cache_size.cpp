@@ -22,10 +22,10 @@ std::size_t QueryLastLevelCacheBytes() {
   return kCommon;
 }
 
-const std::size_t g_last_level_cache_bytes = QueryLastLevelCacheBytes();
+const std::size_t g_bytes_of_a_call = QueryLastLevelCacheBytes() / 2;
 
 }  // namespace
 
-std::size_t LastLevelCacheBytes() { return g_last_level_cache_bytes; }
+std::size_t CacheBytesOfACall() { return g_bytes_of_a_call; }
 
 }  // namespace KELRA

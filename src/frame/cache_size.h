@@ -5,8 +5,9 @@
 
 namespace KELRA {
 
-// The last cache level's size in bytes, at most 32 MiB, or what is common where the system does not
-// tell.
-std::size_t LastLevelCacheBytes();
+// What a call may count on of the last cache level, in bytes: half, at most 16 MiB, or half of what
+// is common where the system does not tell. The other half is other cores' and images'. A call that
+// reads and writes more stores past the caches.
+std::size_t CacheBytesOfACall();
 
 }  // namespace KELRA

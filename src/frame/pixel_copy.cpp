@@ -28,7 +28,7 @@ constexpr std::size_t kSerialBytesOfCopy = std::size_t{4} * 1024 * 1024;
 // of it each takes longer than their bytes.
 constexpr std::ptrdiff_t kShortRow = 512;
 
-bool ExceedsCaches(std::size_t bytes) { return bytes > LastLevelCacheBytes(); }
+bool ExceedsCaches(std::size_t bytes) { return bytes > CacheBytesOfACall(); }
 
 template <class Byte>
 Rows<Byte> RowsFrom(const cv::Mat& mat, cv::Point first, std::size_t pixel_bytes) {

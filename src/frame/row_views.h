@@ -30,7 +30,7 @@ inline std::size_t PixelBytes(const cv::Mat& mat) {
 // input.
 template <class... Inputs>
 bool ShouldStream(const cv::Mat& output, const Inputs&... inputs) {
-  return (PixelBytes(output) + ... + PixelBytes(inputs)) > LastLevelCacheBytes() &&
+  return (PixelBytes(output) + ... + PixelBytes(inputs)) > CacheBytesOfACall() &&
          ((output.data != inputs.data) && ...);
 }
 
