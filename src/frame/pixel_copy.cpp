@@ -30,10 +30,14 @@ constexpr std::ptrdiff_t kShortRow = 512;
 
 bool ExceedsCaches(std::size_t bytes) { return bytes > CacheBytesOfACall(); }
 
+std::size_t RowBytes(const cv::Mat& mat) {
+  return static_cast<std::size_t>(mat.cols) * mat.elemSize();
+}
+
 template <class Byte>
-Rows<Byte> RowsFrom(const cv::Mat& mat, cv::Point first, std::size_t pixel_bytes) {
+Rows<Byte> RowsFrom(const cv::Mat& mat, cv::Point first = {}) {
   return {mat.data + mat.step[0] * static_cast<std::size_t>(first.y) +
-              pixel_bytes * static_cast<std::size_t>(first.x),
+              mat.elemSize() * static_cast<std::size_t>(first.x),
           static_cast<std::ptrdiff_t>(mat.step[0])};
 }
 
@@ -77,25 +81,25 @@ void CopyRows(const Piece& piece, const RowRange& rows, const cv::Mat& to, bool 
   if (begin >= end) {
     return;
   }
-  const std::size_t pixel_bytes = to.elemSize();
   const cv::Point source(piece.part.x, piece.part.y + begin - piece.target.y);
-  const auto src = RowsFrom<const std::uint8_t>(*piece.pixels, source, pixel_bytes);
-  const auto dst = RowsFrom<std::uint8_t>(to, {piece.target.x, begin}, pixel_bytes);
-  CopyByteRowsAlone(src, dst, end - begin, pixel_bytes * static_cast<std::size_t>(piece.part.width),
-                    streaming);
+  const auto src = RowsFrom<const std::uint8_t>(*piece.pixels, source);
+  const auto dst = RowsFrom<std::uint8_t>(to, {piece.target.x, begin});
+  CopyByteRowsAlone(src, dst, end - begin,
+                    to.elemSize() * static_cast<std::size_t>(piece.part.width), streaming);
 }
 
 void CopyPixels(const cv::Mat& from, const cv::Mat& to) {
   if (from.data != to.data) {
-    const Piece whole = WholeOf(from);
-    CopyPieces({&whole, 1}, to);
+    CopyByteRows(RowsFrom<const std::uint8_t>(from), RowsFrom<std::uint8_t>(to), to.rows,
+                 RowBytes(to));
   }
 }
 
 void CopyPixelsAlone(const cv::Mat& from, const cv::Mat& to) {
   if (from.data != to.data) {
-    const Piece whole = WholeOf(from);
-    CopyRows(whole, RowRange(0, to.rows), to, ShouldStream(whole));
+    const std::size_t moved = 2 * static_cast<std::size_t>(to.rows) * RowBytes(to);
+    CopyByteRowsAlone(RowsFrom<const std::uint8_t>(from), RowsFrom<std::uint8_t>(to), to.rows,
+                      RowBytes(to), ExceedsCaches(moved));
   }
 }
 
