@@ -7,6 +7,7 @@
 #include "frame/checks.h"
 #include "frame/pixel_copy.h"
 #include "frame/result_matrix.h"
+#include "frame/row_views.h"
 
 namespace KELRA {
 namespace {
@@ -55,6 +56,13 @@ cv::Scalar FillValue(const KelColorRGBA& color, int channels) {
                        : cv::Scalar(color.blue, color.green, color.red, color.alpha);
 }
 
+// OpenCV converts the color to the type, for one pixel: it fills images of more than one byte a
+// pixel by pixel.
+void Fill(const cv::Mat& image, const cv::Scalar& color) {
+  cv::Mat(1, 1, image.type(), image.data) = color;
+  RepeatBytes(image.data, image.elemSize(), tbbup::PixelBytes(image));
+}
+
 }  // namespace
 
 KelLong KelImageOperation::CreateConst(KelImage* dst, int height, int width, KelImageType type,
@@ -75,8 +83,12 @@ KelLong KelImageOperation::CreateConst(KelImage* dst, int height, int width, Kel
   KELRA_RETURN_IF_ERROR(CheckColor(color, type, channels));
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
   try {
-    dst->Mat() = cv::Mat(height, width, CV_MAKETYPE(CV_MAT_DEPTH(type), channels),
-                         FillValue(color, channels));
+    const cv::Size size(width, height);
+    const int mat_type = CV_MAKETYPE(CV_MAT_DEPTH(type), channels);
+    SpareMatrix fresh;
+    const cv::Mat& result = NewMatrix(dst, size, mat_type, &fresh);
+    Fill(result, FillValue(color, channels));
+    AssignResult(result, dst);
   } catch (...) {
     return ERR_CREATE_EXCEPTION;
   }

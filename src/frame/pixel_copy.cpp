@@ -28,6 +28,9 @@ constexpr std::size_t kSerialBytesOfCopy = std::size_t{4} * 1024 * 1024;
 // of it each takes longer than their bytes.
 constexpr std::ptrdiff_t kShortRow = 512;
 
+// As long a row of repeated bytes stays in the nearest cache beside those that it is copied to.
+constexpr std::size_t kRepeatedRow = 4096;
+
 bool ExceedsCaches(std::size_t bytes) { return bytes > CacheBytesOfACall(); }
 
 std::size_t RowBytes(const cv::Mat& mat) {
@@ -73,6 +76,24 @@ void CopyByteRowsAlone(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst, int
   for (std::ptrdiff_t row = 0; row < count; ++row) {
     std::memcpy(dst[row], src[row], static_cast<std::size_t>(row_bytes));
   }
+}
+
+void RepeatBytes(std::uint8_t* bytes, std::size_t given, std::size_t size) {
+  // What one thread fills, the C library fills faster than it copies rows.
+  if (given == 1 && size < kSerialBytesOfCopy) {
+    std::memset(bytes, bytes[0], size);
+    return;
+  }
+  std::size_t row = given;
+  for (const std::size_t enough = std::min(kRepeatedRow, size); row < enough;) {
+    const std::size_t added = std::min(row, size - row);
+    std::memcpy(bytes + row, bytes, added);
+    row += added;
+  }
+  const std::size_t rows = size / row;
+  CopyByteRows({bytes, 0}, {bytes + row, static_cast<std::ptrdiff_t>(row)},
+               static_cast<int>(rows - 1), row);
+  std::memcpy(bytes + rows * row, bytes, size % row);
 }
 
 void CopyRows(const Piece& piece, const RowRange& rows, const cv::Mat& to, bool streaming) {

@@ -50,4 +50,7 @@ void CopyByteRows(kernels::Rows<const std::uint8_t> src, kernels::Rows<std::uint
 void CopyByteRowsAlone(kernels::Rows<const std::uint8_t> src, kernels::Rows<std::uint8_t> dst,
                        int rows, std::size_t bytes, bool streaming = false);
 
+// Fills `size` bytes by repeating the first `given` of them.
+void RepeatBytes(std::uint8_t* bytes, std::size_t given, std::size_t size);
+
 }  // namespace KELRA

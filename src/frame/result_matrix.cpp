@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "frame/large_pages.h"
+#include "frame/row_views.h"
 
 namespace KELRA {
 namespace {
@@ -20,6 +21,13 @@ std::ptrdiff_t RowStep(const cv::Mat& mat) {
 
 bool Holds(const cv::Mat& mat, cv::Size size, int type) {
   return mat.dims <= 2 && mat.data != nullptr && mat.size() == size && mat.type() == type;
+}
+
+// Whether the matrix is as it was made, and nobody else's.
+bool IsAsNew(const cv::Mat& mat) {
+  return IsHeldAlone(mat) && !mat.isSubmatrix() && mat.allocator == nullptr &&
+         mat.u->currAllocator == cv::Mat::getDefaultAllocator() &&
+         mat.u->size == tbbup::PixelBytes(mat);
 }
 
 // Whether a pixel of `result` may be written once the same pixel of `input` has been read.
@@ -85,6 +93,11 @@ cv::Mat& ResultMatrixApart(const cv::Mat& input, KelImage* output, cv::Size size
                            SpareMatrix* fresh) {
   return SharesPixels(input, output->Mat()) ? fresh->Create(size, type)
                                             : ResultMatrix(output, size, type, fresh);
+}
+
+cv::Mat& NewMatrix(KelImage* output, cv::Size size, int type, SpareMatrix* fresh) {
+  cv::Mat& own = output->Mat();
+  return Holds(own, size, type) && IsAsNew(own) ? own : fresh->Create(size, type);
 }
 
 void AssignResult(const cv::Mat& result, KelImage* output) {

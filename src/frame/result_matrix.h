@@ -63,6 +63,10 @@ inline void ComputePixelwise(const cv::Mat& input, KelImage* output, PixelwiseWo
 cv::Mat& ResultMatrixApart(const cv::Mat& input, KelImage* output, cv::Size size, int type,
                            SpareMatrix* fresh);
 
+// A new matrix, in the output's own memory only where it cannot be told from a new one: nobody else
+// holds it, and it is nothing but such a matrix.
+cv::Mat& NewMatrix(KelImage* output, cv::Size size, int type, SpareMatrix* fresh);
+
 // Makes `result` the output's matrix.
 void AssignResult(const cv::Mat& result, KelImage* output);
 

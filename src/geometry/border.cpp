@@ -51,9 +51,7 @@ void FillRow(const KelColorRGBA& color, const cv::Mat& image, std::uint8_t* row,
   } else {
     SetPixel<std::uint16_t>(color, image.channels(), row);
   }
-  for (std::size_t done = image.elemSize(); done < row_bytes; done *= 2) {
-    std::memcpy(row + done, row, std::min(done, row_bytes - done));
-  }
+  RepeatBytes(row, image.elemSize(), row_bytes);
 }
 
 // So many bytes of a result stay in the nearest cache until its border follows its pixels.

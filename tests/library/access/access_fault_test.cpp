@@ -59,6 +59,13 @@ TEST_F(AccessFaults, SetPixelValueAnswersAnExceptionWithItsStatus) {
   EXPECT_EQ(op_.SetPixelValue(src_, &dst_, 0, 0, 1, 9), ERR_SET_PIXEL_EXCEPTION);
 }
 
+TEST_F(AccessFaults, CreateConstAnswersMemoryRunningOutWithItsStatus) {
+  const NoMemory no_memory;
+  EXPECT_EQ(op_.CreateConst(&dst_, 2, 2, KEL_8U, 1, {9, 9, 9, 9}), ERR_CREATE_EXCEPTION);
+  EXPECT_EQ(dst_.ImageData(), output_pixels_);
+  EXPECT_EQ(output_pixels_[0], 1);
+}
+
 TEST_F(AccessFaults, ImageConvertAnswersAnExceptionWithItsStatus) {
   Faults().log_records_before_a_throw = 1;
   EXPECT_EQ(op_.ImageConvert(output_pixels_, &dst_, 1, 4, KEL_8U, 1, 0), ERR_CONVERT_EXCEPTION);

@@ -1,7 +1,9 @@
 #include <KELRA/KelImageOperation.h>
 
 #include <climits>
+#include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "recorded_log.h"
@@ -73,27 +75,102 @@ TEST(CreateConst, ReportsTheFirstFailingCheckAndLeavesTheOutputAlone) {
   }
 }
 
-TEST(CreateConst, FillsOneChannelWithRedAndOthersWithBlueGreenRedAlpha) {
+template <class Sample>
+cv::Mat FilledAs(const cv::Mat& like, const KelColorRGBA& color) {
+  cv::Mat image(like.size(), like.type());
+  const int interleaved[] = {color.blue, color.green, color.red, color.alpha};
+  const int channels = image.channels();
+  for (int row = 0; row < image.rows; ++row) {
+    for (int i = 0; i < image.cols * channels; ++i) {
+      image.ptr<Sample>(row)[i] =
+          static_cast<Sample>(channels == 1 ? color.red : interleaved[i % channels]);
+    }
+  }
+  return image;
+}
+
+cv::Mat Filled(const cv::Mat& like, const KelColorRGBA& color) {
+  switch (like.depth()) {
+    case CV_8U:
+      return FilledAs<std::uint8_t>(like, color);
+    case CV_8S:
+      return FilledAs<std::int8_t>(like, color);
+    case CV_16U:
+      return FilledAs<std::uint16_t>(like, color);
+    case CV_16S:
+      return FilledAs<std::int16_t>(like, color);
+    case CV_32S:
+      return FilledAs<std::int32_t>(like, color);
+    case CV_32F:
+      return FilledAs<float>(like, color);
+    default:
+      return FilledAs<double>(like, color);
+  }
+}
+
+// A color of which every type has each component, in more than one byte where it has more.
+KelColorRGBA ColorOf(int type) {
+  switch (type) {
+    case KEL_8U:
+      return {200, 100, 50, 25};
+    case KEL_8S:
+      return {-128, 127, -3, 99};
+    case KEL_16U:
+      return {65535, 300, 0x1234, 7};
+    case KEL_16S:
+      return {-32768, 32767, -300, 0x1234};
+    default:
+      return {INT_MIN + 1, INT_MAX, INT_MIN, 0x12345678};
+  }
+}
+
+constexpr int kIntegerTypes[] = {KEL_8U, KEL_8S, KEL_16U, KEL_16S, KEL_32S};
+
+// Fills an image of the size and compares it with what the model makes.
+void ExpectFilled(KelImage* dst, const cv::Size& size, int type, int channels,
+                  const KelColorRGBA& color) {
+  SCOPED_TRACE("type " + std::to_string(type) + " x " + std::to_string(channels) + ", width " +
+               std::to_string(size.width));
   KelImageOperation object;
-  KelImage dst;
-  ASSERT_EQ(object.CreateConst(&dst, 2, 3, KEL_8U, 1, {7, 300, 300, 300}), STATUS_OK);
-  EXPECT_TRUE(SameImage(dst.Mat(), cv::Mat(2, 3, CV_8UC1, cv::Scalar(7))));
-  ASSERT_EQ(object.CreateConst(&dst, 2, 3, KEL_16U, 3, kColor), STATUS_OK);
-  EXPECT_TRUE(SameImage(dst.Mat(), cv::Mat(2, 3, CV_16UC3, cv::Scalar(30, 20, 10))));
-  ASSERT_EQ(object.CreateConst(&dst, 2, 3, KEL_8U, 4, kColor), STATUS_OK);
-  EXPECT_TRUE(SameImage(dst.Mat(), cv::Mat(2, 3, CV_8UC4, cv::Scalar(30, 20, 10, 40))));
-  ASSERT_EQ(object.CreateConst(&dst, 2, 3, KEL_32S, 4, {1, 2, INT_MIN, 4}), STATUS_OK);
-  EXPECT_EQ(dst.Mat().at<cv::Vec4i>(1, 2), cv::Vec4i(INT_MIN, 2, 1, 4));
-  ASSERT_EQ(object.CreateConst(&dst, 2, 3, KEL_8S, 1, {-128, 0, 0, 0}), STATUS_OK);
-  EXPECT_EQ(dst.Mat().at<schar>(0, 0), -128);
+  ASSERT_EQ(object.CreateConst(dst, size.height, size.width, static_cast<KelImageType>(type),
+                               channels, color),
+            STATUS_OK);
+  EXPECT_EQ(dst->Mat().type(), CV_MAKETYPE(type & 7, channels));
+  ASSERT_EQ(dst->Mat().size(), size);
+  EXPECT_TRUE(dst->Mat().isContinuous());
+  EXPECT_TRUE(SameImage(dst->Mat(), Filled(dst->Mat(), color)));
+}
+
+TEST(CreateConst, FillsOneChannelWithRedAndOthersWithBlueGreenRedAlpha) {
+  for (const int type : kIntegerTypes) {
+    for (const int channels : {1, 3, 4}) {
+      for (int width = 1; width <= 70; ++width) {
+        KelImage dst;
+        ExpectFilled(&dst, {width, 3}, type, channels, ColorOf(type));
+      }
+    }
+  }
+}
+
+// Shared out, the largest also past the caches, whose last bytes are less than a repetition.
+TEST(CreateConst, FillsLargeImages) {
+  for (const cv::Size& size : {cv::Size(1, 100001), cv::Size(3001, 701), cv::Size(4099, 1501)}) {
+    for (const auto& [type, channels] : {std::pair(KEL_8U, 1), {KEL_8U, 3}, {KEL_16S, 4}}) {
+      KelImage dst;
+      ExpectFilled(&dst, size, type, channels, ColorOf(type));
+    }
+  }
 }
 
 TEST(CreateConst, StandsForTheLowThreeBitsOfTypesBeyondTheKnown) {
-  KelImageOperation object;
   KelImage dst;
-  ASSERT_EQ(object.CreateConst(&dst, 2, 3, static_cast<KelImageType>(8), 1, {300, 0, 0, 0}),
+  ExpectFilled(&dst, {5, 2}, 8 + KEL_32S, 3, ColorOf(KEL_32S));
+  ExpectFilled(&dst, {5, 2}, 8 + KEL_32F, 4, {1, -2, 300, 70000});
+  ExpectFilled(&dst, {5, 2}, 8 + KEL_64F, 3, {INT_MAX, INT_MIN, 1, 0});
+  KelImageOperation object;
+  ASSERT_EQ(object.CreateConst(&dst, 2, 3, static_cast<KelImageType>(8), 3, {300, -1, 77, 0}),
             STATUS_OK);
-  EXPECT_TRUE(SameImage(dst.Mat(), cv::Mat(2, 3, CV_8UC1, cv::Scalar(255))));
+  EXPECT_TRUE(SameImage(dst.Mat(), cv::Mat(2, 3, CV_8UC3, cv::Scalar(77, 0, 255))));
 }
 
 TEST(CreateConst, AnswersWhatTheMakingThrowsWithACode) {
@@ -106,13 +183,38 @@ TEST(CreateConst, AnswersWhatTheMakingThrowsWithACode) {
   EXPECT_EQ(log.Take(), std::vector{StartRecord("CreateConst", 6848)});
 }
 
-TEST(CreateConst, MakesANewImage) {
+TEST(CreateConst, LeavesWhatItsOutputSharedAlone) {
+  cv::Mat before = RandomImage(4, 6, CV_8UC3);
+  const cv::Mat copy = before.clone();
+  for (const cv::Mat& shared : {before, before(cv::Rect(1, 1, 3, 2)), before.rowRange(1, 3),
+                                cv::Mat(4, 6, CV_8UC3, before.data)}) {
+    KelImage dst(shared);
+    ExpectFilled(&dst, shared.size(), KEL_8U, 3, {7, 8, 9, 0});
+    EXPECT_TRUE(SameImage(before, copy));
+  }
+}
+
+TEST(CreateConst, DoesNotKeepAPartOfALargerImage) {
+  KelImage dst(RandomImage(400, 600, CV_8UC3)(cv::Rect(1, 1, 3, 2)));
+  ExpectFilled(&dst, {3, 2}, KEL_8U, 3, {7, 8, 9, 0});
+  EXPECT_FALSE(dst.Mat().isSubmatrix());
+}
+
+TEST(CreateConst, FillsAnImageOfItsOutputsOwnAgain) {
+  for (const cv::Size& size : {cv::Size(7, 5), cv::Size(3001, 1501)}) {
+    KelImage dst;
+    ExpectFilled(&dst, size, KEL_8U, 3, ColorOf(KEL_8U));
+    const void* const pixels = dst.ImageData();
+    ExpectFilled(&dst, size, KEL_8U, 3, {1, 2, 3, 0});
+    EXPECT_EQ(dst.ImageData(), pixels);
+  }
+}
+
+TEST(CreateConst, LogsItsStartAndExit) {
   KelImageOperation object;
-  const cv::Mat before(2, 3, CV_8UC1, cv::Scalar(3));
-  KelImage dst(before);
+  KelImage dst;
   RecordedLog log;
   ASSERT_EQ(object.CreateConst(&dst, 2, 3, KEL_8U, 1, {7, 0, 0, 0}), STATUS_OK);
-  EXPECT_NE(dst.ImageData(), before.data);
   EXPECT_EQ(log.Take(),
             (std::vector{StartRecord("CreateConst", 6848), ExitRecord("CreateConst", 6952)}));
 }

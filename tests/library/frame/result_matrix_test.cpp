@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "test_images.h"
@@ -43,6 +44,37 @@ TEST(ResultMatrix, OtherwiseANewMatrixIsMadeAndTheOutputStays) {
     EXPECT_EQ(result.type(), CV_8UC1);
     EXPECT_EQ(output.Mat().data, mat.data);
   }
+}
+
+TEST(NewMatrix, IsTheOutputsOwnOnlyWhereNobodyCanTell) {
+  const auto is_own = [](cv::Mat mat) {
+    KelImage output;
+    output.Mat() = std::move(mat);
+    const void* const before = output.ImageData();
+    SpareMatrix fresh;
+    const cv::Mat& result = NewMatrix(&output, {6, 4}, CV_16UC3, &fresh);
+    EXPECT_EQ(result.size(), cv::Size(6, 4));
+    EXPECT_EQ(result.type(), CV_16UC3);
+    EXPECT_EQ(output.ImageData(), before);
+    return &result == &output.Mat();
+  };
+  EXPECT_TRUE(is_own(cv::Mat(4, 6, CV_16UC3)));
+  EXPECT_FALSE(is_own(cv::Mat()));
+  EXPECT_FALSE(is_own(cv::Mat(6, 4, CV_16UC3)));
+  EXPECT_FALSE(is_own(cv::Mat(4, 6, CV_16SC3)));
+  const cv::Mat shared(4, 6, CV_16UC3);
+  EXPECT_FALSE(is_own(shared));
+  std::uint16_t callers_memory[4 * 6 * 3] = {};
+  EXPECT_FALSE(is_own(cv::Mat(4, 6, CV_16UC3, callers_memory)));
+  cv::Mat part(4, 7, CV_16UC3);
+  part = part.colRange(0, 6);
+  EXPECT_FALSE(is_own(std::move(part)));
+  cv::Mat part_made_whole(4, 6, CV_16UC3);
+  part_made_whole = part_made_whole.colRange(0, 5);
+  EXPECT_FALSE(is_own(std::move(part_made_whole.adjustROI(0, 0, 0, 1))));
+  cv::Mat with_room(5, 6, CV_16UC3);
+  with_room.pop_back();
+  EXPECT_FALSE(is_own(std::move(with_room)));
 }
 
 TEST(AssignResult, TheOutputSharesTheResult) {
