@@ -20,10 +20,6 @@ std::size_t BytesMoved(const Piece& piece) {
          static_cast<std::size_t>(piece.part.height) * piece.pixels->elemSize();
 }
 
-// A copy of fewer is done within some tens of microseconds: too little to wait for a second thread
-// that may be late.
-constexpr std::size_t kSerialBytesOfCopy = std::size_t{4} * 1024 * 1024;
-
 // Through the caches nothing copies longer rows faster than the C library; for shorter ones a call
 // of it each takes longer than their bytes.
 constexpr std::ptrdiff_t kShortRow = 512;

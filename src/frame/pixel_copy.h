@@ -13,6 +13,10 @@
 
 namespace KELRA {
 
+// A copy that reads and writes fewer bytes is done within some tens of microseconds: too little to
+// wait for a second thread that may be late.
+inline constexpr std::size_t kSerialBytesOfCopy = std::size_t{4} * 1024 * 1024;
+
 // Copies all pixels to a matrix of the same size and type that is the same or shares none of them.
 void CopyPixels(const cv::Mat& from, const cv::Mat& to);
 

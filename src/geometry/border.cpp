@@ -54,31 +54,41 @@ void FillRow(const KelColorRGBA& color, const cv::Mat& image, std::uint8_t* row,
   RepeatBytes(row, image.elemSize(), row_bytes);
 }
 
-// So many bytes of a result stay in the nearest cache until its border follows its pixels.
-constexpr std::size_t kBytesAtOnce = 32768;
+// So many bytes of a result stay in the second cache until its border follows its pixels.
+constexpr std::size_t kBytesAtOnce = 131072;
 
-// Writes the result: the input with its first pixel at the corner, `border_row` elsewhere.
-void Surround(const cv::Mat& input, cv::Point corner, const std::uint8_t* border_row,
-              const cv::Mat& result) {
+// What a result is made of: the input with its first pixel at the corner, pixels of the border row
+// elsewhere.
+struct Surrounding {
+  const cv::Mat& input;
+  cv::Point corner;
+  const std::uint8_t* border_row;
+};
+
+void SurroundRows(const Surrounding& parts, bool streaming, const RowRange& rows,
+                  const cv::Mat& result) {
+  const Piece inner = WholeOf(parts.input, parts.corner);
   const std::size_t row_bytes = static_cast<std::size_t>(result.cols) * result.elemSize();
-  const std::size_t left = static_cast<std::size_t>(corner.x) * result.elemSize();
-  const std::size_t end = left + static_cast<std::size_t>(input.cols) * result.elemSize();
+  const std::size_t left = static_cast<std::size_t>(parts.corner.x) * result.elemSize();
+  const std::size_t end = left + static_cast<std::size_t>(parts.input.cols) * result.elemSize();
   const std::size_t right = row_bytes - end;
-  const auto rows = tbbup::RowsOf<std::uint8_t>(result, RowRange(0, result.rows));
+  const auto to = tbbup::RowsOf<std::uint8_t>(result, RowRange(0, result.rows));
   const auto fill = [&](int first, int count, std::size_t from, std::size_t bytes) {
-    CopyByteRowsAlone({border_row, 0}, {rows[first] + from, rows.step}, count, bytes);
+    CopyByteRowsAlone({parts.border_row, 0}, {to[first] + from, to.step}, count, bytes);
   };
-  const int bottom = corner.y + input.rows;
-  fill(0, corner.y, 0, row_bytes);
-  fill(bottom, result.rows - bottom, 0, row_bytes);
-  const Piece inner = WholeOf(input, corner);
-  const bool streaming = ShouldStream(inner);
+  const int top = std::clamp(parts.corner.y, rows.begin(), rows.end());
+  const int bottom = std::clamp(parts.corner.y + parts.input.rows, rows.begin(), rows.end());
+  fill(rows.begin(), top - rows.begin(), 0, row_bytes);
+  fill(bottom, rows.end() - bottom, 0, row_bytes);
+  if (top == bottom) {
+    return;
+  }
   const int rows_at_once = static_cast<int>(std::max<std::size_t>(kBytesAtOnce / row_bytes, 1));
   // Where rows follow each other without a gap, what is right of one and left of the next is one.
   const bool is_packed = result.step[0] == row_bytes;
   const int last = bottom - 1;
-  for (int first = corner.y; first < bottom; first += rows_at_once) {
-    const int count = std::min(rows_at_once, bottom - first);
+  for (int first = top, count = 0; first < bottom; first += count) {
+    count = std::min(rows_at_once, bottom - first);
     CopyRows(inner, RowRange(first, first + count), result, streaming);
     if (is_packed) {
       fill(first, std::min(count, last - first), end, right + left);
@@ -88,9 +98,17 @@ void Surround(const cv::Mat& input, cv::Point corner, const std::uint8_t* border
     }
   }
   if (is_packed) {
-    fill(corner.y, 1, 0, left);
+    fill(top, 1, 0, left);
     fill(last, 1, end, right);
   }
+}
+
+void Surround(const Surrounding& parts, const cv::Mat& result) {
+  const bool streaming = ShouldStream(WholeOf(parts.input));
+  ForEachRowRange(
+      result.rows, 2 * tbbup::PixelBytes(result),
+      [&](const RowRange& rows) { SurroundRows(parts, streaming, rows, result); },
+      kSerialBytesOfCopy);
 }
 
 bool FitsInt(std::int64_t value) { return value <= std::numeric_limits<int>::max(); }
@@ -122,7 +140,7 @@ KelLong KelImageOperation::AddBorder(KelImage& src, KelImage* dst, int left, int
     const std::size_t row_bytes = static_cast<std::size_t>(result.cols) * result.elemSize();
     cv::AutoBuffer<std::uint8_t> border_row(row_bytes);
     FillRow(color, input, border_row.data(), row_bytes);
-    Surround(input, {left, top}, border_row.data(), result);
+    Surround({input, {left, top}, border_row.data()}, result);
     AssignResult(result, dst);
   } catch (...) {
     return ERR_BORDER_EXCEPTION;

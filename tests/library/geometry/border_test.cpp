@@ -88,16 +88,23 @@ TEST(AddBorder, SurroundsTheImageWithTheColor) {
   }
 }
 
-// The larger one is written past the caches.
+// Shared out, the largest one also past the caches; rows follow each other with a gap and without.
 TEST(AddBorder, SurroundsLargeImages) {
-  constexpr Widths kAround{5, 1, 3, 2};
   constexpr KelColorRGBA kColor{200, 100, 50, 0};
-  for (const int rows : {300, 3001}) {
-    for (const int type : {CV_8UC3, CV_16UC1}) {
-      KelImage src(RandomImage(rows, 4099, type));
-      KelImage dst;
-      ASSERT_EQ(AddBorder(src, &dst, kAround, kColor), STATUS_OK);
-      EXPECT_TRUE(SameImage(dst.Mat(), Bordered(src.Mat(), kAround, kColor)));
+  for (const Widths& widths : {Widths{5, 1, 3, 2}, Widths{0, 2000, 3, 700}}) {
+    for (const int rows : {300, 1501}) {
+      for (const int type : {CV_8UC3, CV_16UC1}) {
+        KelImage src(RandomImage(rows, 4099, type));
+        const cv::Mat expected = Bordered(src.Mat(), widths, kColor);
+        KelImage dst;
+        ASSERT_EQ(AddBorder(src, &dst, widths, kColor), STATUS_OK);
+        EXPECT_TRUE(SameImage(dst.Mat(), expected));
+        GuardedImage output(cv::Mat::zeros(expected.size(), type), 6, 64);
+        dst = KelImage(output.Mat());
+        ASSERT_EQ(AddBorder(src, &dst, widths, kColor), STATUS_OK);
+        EXPECT_TRUE(SameImage(output.Mat(), expected));
+        EXPECT_TRUE(output.SurroundingsUntouched());
+      }
     }
   }
 }
