@@ -2,12 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstddef>
-#include <cstdint>
 #include <limits>
 #include <opencv2/core/utility.hpp>
 
 #include "frame/result_matrix.h"
+#include "geometry/grid_row.h"
 
 namespace KELRA {
 namespace {
@@ -60,14 +59,12 @@ bool SampledRows::Take(const cv::Mat& image, const cv::Matx23d& transform, cv::S
                std::abs(back(i, 2)) <
            kFarthest;
   };
-  return (image.channels() == 1 || image.channels() == 3) &&
-         (image.depth() == CV_8U || image.depth() == CV_16U) && is_near(0) && is_near(1);
+  return HasGridSamples(image) && is_near(0) && is_near(1);
 }
 
 SampledRows::SampledRows(const cv::Mat& image, const cv::Matx23d& transform, const cv::Rect& part)
     : image_(image), part_(part), back_(Inverse(transform)) {
-  constexpr int kLongestSide = std::numeric_limits<short>::max() - 1;
-  CV_Assert(image.cols <= kLongestSide && image.rows <= kLongestSide);
+  CV_Assert(image.cols <= kLongestSampledSide && image.rows <= kLongestSampledSide);
   steps_.create(2, part.width, CV_32S);
   for (int row = 0; row < 2; ++row) {
     int* steps = steps_.ptr<int>(row);
@@ -101,31 +98,8 @@ Columns SampledRows::Reached(const GridRow& source) const {
   return {first, std::max(first, std::min(in_x.last, in_y.last))};
 }
 
-template <class Sample>
-void SampledRows::WriteAs(const GridRow& source, Columns reached, double around,
-                          Sample* row) const {
-  const auto& kernels = kernels::ActiveRowKernels().For<Sample>();
-  const std::ptrdiff_t channels = image_.channels();
-  const auto on_grid =
-      channels == 1 ? kernels.on_grid_of_one_channel : kernels.on_grid_of_three_channels;
-  const kernels::SampledImage<Sample> image{
-      {image_.ptr<Sample>(), static_cast<std::ptrdiff_t>(image_.step[0])},
-      image_.rows,
-      image_.cols};
-  const auto outside = static_cast<Sample>(around);
-  Sample* const first = row + channels * reached.first;
-  Sample* const last = row + channels * reached.last;
-  std::fill(row, first, outside);
-  on_grid(image, source.From(reached.first), reached.last - reached.first, outside, first);
-  std::fill(last, row + channels * part_.width, outside);
-}
-
 void SampledRows::Write(const GridRow& source, Columns reached, double around, void* row) const {
-  if (image_.depth() == CV_8U) {
-    WriteAs(source, reached, around, static_cast<std::uint8_t*>(row));
-  } else {
-    WriteAs(source, reached, around, static_cast<std::uint16_t*>(row));
-  }
+  WriteGridRow(image_, source, reached, part_.width, around, row);
 }
 
 }  // namespace KELRA

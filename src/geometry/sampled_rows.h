@@ -16,9 +16,6 @@ class SampledRows {
   // of a pixel, and the image has one or three 8-bit or 16-bit channels.
   static bool Take(const cv::Mat& image, const cv::Matx23d& transform, cv::Size canvas);
 
-  // Sampling a pixel takes as long as moving so many bytes.
-  static constexpr std::size_t kBytesWorthAPixel = 64;
-
   // The transform leads from the image's pixels to those of a canvas, of which the rows show a
   // part. Throws cv::Exception if a side of the image is longer than OpenCV warps.
   SampledRows(const cv::Mat& image, const cv::Matx23d& transform, const cv::Rect& part);
@@ -36,9 +33,6 @@ class SampledRows {
   void Write(const kernels::GridRow& source, Columns reached, double around, void* row) const;
 
  private:
-  template <class Sample>
-  void WriteAs(const kernels::GridRow& source, Columns reached, double around, Sample* row) const;
-
   cv::Mat image_;
   cv::Rect part_;
   cv::Matx23d back_;  // from the pixels of the canvas to those of the image

@@ -12,6 +12,7 @@
 #include "frame/result_matrix.h"
 #include "frame/row_engine.h"
 #include "frame/row_views.h"
+#include "geometry/grid_row.h"
 #include "geometry/sampled_rows.h"
 
 namespace KELRA {
@@ -67,7 +68,7 @@ void WarpAffine(const cv::Mat& input, const cv::Matx23d& forward, cv::Mat* resul
     return;
   }
   const SampledRows sampled(input, forward, {{}, input.size()});
-  ForEachRowRange(result->rows, SampledRows::kBytesWorthAPixel * result->total(),
+  ForEachRowRange(result->rows, kBytesWorthASampledPixel * result->total(),
                   [&](const RowRange& rows) {
                     for (int row = rows.begin(); row < rows.end(); ++row) {
                       const kernels::GridRow source = sampled.SourceOf(row);

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <opencv2/core/utility.hpp>
 
+#include "geometry/grid_row.h"
+
 namespace KELRA {
 namespace {
 
@@ -62,7 +64,7 @@ void TurnedStrips::ForEach(bool with_mask, Work work) const {
   const auto columns = static_cast<std::size_t>(part.width);
   const std::size_t row_bytes = sampled_.Image().elemSize() * columns;
   const std::size_t bytes =
-      SampledRows::kBytesWorthAPixel * static_cast<std::size_t>(part.height) * columns;
+      kBytesWorthASampledPixel * static_cast<std::size_t>(part.height) * columns;
   ForEachRowRange(part.height, bytes, [&](const RowRange& range) {
     const std::size_t most =
         std::clamp(kStripBytes / row_bytes, std::size_t{1}, static_cast<std::size_t>(range.size()));
