@@ -13,6 +13,7 @@
 #include "frame/row_engine.h"
 #include "frame/row_views.h"
 #include "geometry/grid_row.h"
+#include "geometry/perspective_rows.h"
 #include "geometry/sampled_rows.h"
 
 namespace KELRA {
@@ -77,6 +78,23 @@ void WarpAffine(const cv::Mat& input, const cv::Matx23d& forward, cv::Mat* resul
                   });
 }
 
+// cv::warpPerspective with linear interpolation, 0 outside the image; usual images by our own
+// kernels.
+void WarpPerspective(const cv::Mat& input, const cv::Matx33d& forward, cv::Mat* result) {
+  if (!PerspectiveRows::Take(input)) {
+    cv::warpPerspective(input, *result, forward, input.size(), cv::INTER_LINEAR,
+                        cv::BORDER_CONSTANT);
+    return;
+  }
+  const PerspectiveRows sampled(input, forward);
+  ForEachRowRange(result->rows, kBytesWorthASampledPixel * result->total(),
+                  [&](const RowRange& rows) {
+                    for (int row = rows.begin(); row < rows.end(); ++row) {
+                      sampled.Write(row, result->ptr(row));
+                    }
+                  });
+}
+
 }  // namespace
 
 KelLong KelImageOperation::Transpose(KelImage& src, KelImage* dst) {
@@ -121,12 +139,11 @@ KelLong KelImageOperation::Perspective(KelImage& src, KelImage* dst, KelPointArr
   KELRA_RETURN_IF_ERROR(CheckPointCounts(from, to, kPerspectivePoints));
   KELRA_RETURN_IF_ERROR(CheckOutput(dst));
   const cv::Mat& input = src.Mat();
-  const cv::Mat forward =
-      cv::getPerspectiveTransform(InSinglePrecision<kPerspectivePoints>(from).data(),
-                                  InSinglePrecision<kPerspectivePoints>(to).data());
+  const cv::Matx33d forward = PerspectiveTransform(InSinglePrecision<kPerspectivePoints>(from),
+                                                   InSinglePrecision<kPerspectivePoints>(to));
   SpareMatrix fresh;
   cv::Mat& result = ResultMatrixApart(input, dst, input.size(), input.type(), &fresh);
-  cv::warpPerspective(input, result, forward, input.size(), cv::INTER_LINEAR, cv::BORDER_CONSTANT);
+  WarpPerspective(input, forward, &result);
   AssignResult(result, dst);
   log.Exit();
   return STATUS_OK;

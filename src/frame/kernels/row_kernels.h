@@ -115,6 +115,20 @@ struct GridRow {
   GridRow From(std::ptrdiff_t k) const { return {x_steps + k, y_steps + k, x, y}; }
 };
 
+// Where the pixels of a row of a result are sampled in perspective: at (x / w, y / w), the k-th of
+// each being first + step * k; at (0, 0) where w is 0.
+struct PerspectiveRow {
+  // In parts of a pixel as a GridRow's: outside any image whose sides OpenCV takes.
+  static constexpr int kFarthest = 1 << 30;
+
+  struct Progression {
+    double first;
+    double step;
+  };
+
+  Progression x, y, w;
+};
+
 template <class Sample>
 struct SampleKernels {
   // dst = saturate((src op constant) * scale + offset)
@@ -169,7 +183,7 @@ struct SampleKernels {
   // dst = the first `count` pixels of a row, bilinear between the neighbours of each; outside the
   // image all samples are `around`. Bytes are rounded half up; words are interpolated in single
   // precision, upper left, upper right, lower left, lower right, and rounded to nearest, ties to
-  // even.
+  // even. The pixels whose neighbours are all inside follow each other.
   using OnGrid = void (*)(const SampledImage<Sample>& image, GridRow row, std::ptrdiff_t count,
                           Sample around, Sample* dst);
 
@@ -218,6 +232,11 @@ struct DepthConversions {
 using CopyBytes = void (*)(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst,
                            const Extent& extent);
 
+// x, y = the positions of so many pixels, and of up to seven behind them, as steps of a GridRow
+// that starts at 0: rounded to whole 32nds, ties to even, and at most kFarthest from 0.
+using PerspectivePositions = void (*)(const PerspectiveRow& row, std::ptrdiff_t count, int* x,
+                                      int* y);
+
 struct RowKernels {
   const char* instruction_set;
   SampleKernels<std::uint8_t> u8;
@@ -226,6 +245,7 @@ struct RowKernels {
   // Bit i of bits[w], for each of the words, tells whether mask[64 * w + i] is 255.
   void (*bits_of_mask)(const std::uint8_t* mask, std::ptrdiff_t words, std::uint64_t* bits);
   CopyBytes copy;
+  PerspectivePositions perspective_positions;
 
   template <class Sample>
   const SampleKernels<Sample>& For() const {

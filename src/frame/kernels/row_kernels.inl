@@ -859,6 +859,7 @@ void Means(Rows<float> sums, Rows<Sample> dst, const Extent& extent, float facto
 #include "frame/kernels/grid_sampling.inl"
 #include "frame/kernels/mask_bits.inl"
 #include "frame/kernels/painting_kernels.inl"
+#include "frame/kernels/perspective_positions.inl"
 #include "frame/kernels/reduction_kernels.inl"
 #include "frame/kernels/transposition.inl"
 
@@ -918,5 +919,6 @@ constexpr RowKernels KernelsNamed(const char* instruction_set) {
           kSampleKernels<std::uint16_t>,
           kDepthConversions,
           BitsOfMask,
-          CopyBytesOfRows};
+          CopyBytesOfRows,
+          PerspectivePositions};
 }

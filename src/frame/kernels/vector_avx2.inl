@@ -291,9 +291,19 @@ inline Doubles LaneNumbers() { return {_mm256_setr_pd(0, 1, 2, 3)}; }
 inline Doubles Add(Doubles a, Doubles b) { return {_mm256_add_pd(a.v, b.v)}; }
 inline Doubles Subtract(Doubles a, Doubles b) { return {_mm256_sub_pd(a.v, b.v)}; }
 inline Doubles Multiply(Doubles a, Doubles b) { return {_mm256_mul_pd(a.v, b.v)}; }
+inline Doubles Divide(Doubles a, Doubles b) { return {_mm256_div_pd(a.v, b.v)}; }
+// The second operand where either is NaN.
 inline Doubles Min(Doubles a, Doubles b) { return {_mm256_min_pd(a.v, b.v)}; }
 inline Doubles Max(Doubles a, Doubles b) { return {_mm256_max_pd(a.v, b.v)}; }
 inline Doubles Floor(Doubles a) { return {_mm256_floor_pd(a.v)}; }
+inline Doubles ZeroWhereZero(Doubles a, Doubles b) {
+  return {_mm256_andnot_pd(_mm256_cmp_pd(b.v, _mm256_setzero_pd(), _CMP_EQ_OQ), a.v)};
+}
+// To the nearest integers, ties to even, times 2^kBits.
+template <int kBits>
+inline void StoreNearest(int* p, Doubles a) {
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm_slli_epi32(_mm256_cvtpd_epi32(a.v), kBits));
+}
 
 // Widened.
 inline Integers LoadIntegers(const std::uint16_t* p) {

@@ -323,10 +323,21 @@ inline Doubles LaneNumbers() { return {_mm512_setr_pd(0, 1, 2, 3, 4, 5, 6, 7)}; 
 inline Doubles Add(Doubles a, Doubles b) { return {_mm512_add_pd(a.v, b.v)}; }
 inline Doubles Subtract(Doubles a, Doubles b) { return {_mm512_sub_pd(a.v, b.v)}; }
 inline Doubles Multiply(Doubles a, Doubles b) { return {_mm512_mul_pd(a.v, b.v)}; }
+inline Doubles Divide(Doubles a, Doubles b) { return {_mm512_div_pd(a.v, b.v)}; }
+// The second operand where either is NaN.
 inline Doubles Min(Doubles a, Doubles b) { return {_mm512_min_pd(a.v, b.v)}; }
 inline Doubles Max(Doubles a, Doubles b) { return {_mm512_max_pd(a.v, b.v)}; }
 inline Doubles Floor(Doubles a) {
   return {_mm512_roundscale_pd(a.v, _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC)};
+}
+inline Doubles ZeroWhereZero(Doubles a, Doubles b) {
+  return {_mm512_maskz_mov_pd(_mm512_cmp_pd_mask(b.v, _mm512_setzero_pd(), _CMP_NEQ_UQ), a.v)};
+}
+// To the nearest integers, ties to even, times 2^kBits.
+template <int kBits>
+inline void StoreNearest(int* p, Doubles a) {
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(p),
+                      _mm256_slli_epi32(_mm512_cvtpd_epi32(a.v), kBits));
 }
 
 // Widened.

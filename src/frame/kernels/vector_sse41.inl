@@ -270,9 +270,19 @@ inline Doubles LaneNumbers() { return {_mm_setr_pd(0, 1)}; }
 inline Doubles Add(Doubles a, Doubles b) { return {_mm_add_pd(a.v, b.v)}; }
 inline Doubles Subtract(Doubles a, Doubles b) { return {_mm_sub_pd(a.v, b.v)}; }
 inline Doubles Multiply(Doubles a, Doubles b) { return {_mm_mul_pd(a.v, b.v)}; }
+inline Doubles Divide(Doubles a, Doubles b) { return {_mm_div_pd(a.v, b.v)}; }
+// The second operand where either is NaN.
 inline Doubles Min(Doubles a, Doubles b) { return {_mm_min_pd(a.v, b.v)}; }
 inline Doubles Max(Doubles a, Doubles b) { return {_mm_max_pd(a.v, b.v)}; }
 inline Doubles Floor(Doubles a) { return {_mm_floor_pd(a.v)}; }
+inline Doubles ZeroWhereZero(Doubles a, Doubles b) {
+  return {_mm_andnot_pd(_mm_cmpeq_pd(b.v, _mm_setzero_pd()), a.v)};
+}
+// To the nearest integers, ties to even, times 2^kBits.
+template <int kBits>
+inline void StoreNearest(int* p, Doubles a) {
+  _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_slli_epi32(_mm_cvtpd_epi32(a.v), kBits));
+}
 
 // Widened.
 inline Integers LoadIntegers(const std::uint16_t* p) {
