@@ -3,9 +3,9 @@
 #include <KELRA/KelData.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cmath>
 #include <cstdint>
+#include <ctime>
 #include <functional>
 #include <limits>
 #include <opencv2/core.hpp>
@@ -530,7 +530,7 @@ TEST(Rasterize, TinyShapesCoverThePixelAtTheirCentre) {
 TEST(Rasterize, CostDependsOnTheRowsReachedAndNotOnTheImage) {
   constexpr int kMax = std::numeric_limits<int>::max();
   const cv::Size image(kMax, kMax);
-  const auto start = std::chrono::steady_clock::now();
+  const std::clock_t start = std::clock();  // other programs' time does not count
   const PixelRuns circle = Rasterize(KelCircleShape{{1e9, 2e9}, 2}, image);
   EXPECT_EQ(circle.box, cv::Rect(999999998, 1999999998, 5, 5));
   EXPECT_EQ(circle.runs.size(), 5U);
@@ -539,7 +539,7 @@ TEST(Rasterize, CostDependsOnTheRowsReachedAndNotOnTheImage) {
   const PixelRuns turned = Rasterize(KelRotatedRectangleShape{{1e9, 1e9}, 3e9, 3, 0.000001}, image);
   EXPECT_LT(turned.runs.size(), 100U);
   EXPECT_FALSE(turned.runs.empty());
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+  EXPECT_LT(std::clock() - start, CLOCKS_PER_SEC);
 }
 
 TEST(Rasterize, AnglesThatDifferByFullTurnsGiveTheSamePixels) {
