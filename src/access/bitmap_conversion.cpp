@@ -85,8 +85,9 @@ void CopyInOrder(const cv::Mat& bytes, bool top_down, const cv::Mat& result) {
   const auto from = tbbup::RowsOf<const std::uint8_t>(bytes, RowRange(0, bytes.rows));
   const auto to = tbbup::RowsOf<std::uint8_t>(result, RowRange(0, result.rows));
   if (bytes.step[0] >= row_bytes) {
-    const kernels::Rows<const std::uint8_t> upwards{from[bytes.rows - 1], -from.step};
-    CopyByteRows(top_down ? from : upwards, to, result.rows, row_bytes);
+    // The bitmap's order either way: the processor fetches ahead what is read onwards.
+    const kernels::Rows<std::uint8_t> upwards{to[result.rows - 1], -to.step};
+    CopyByteRows(from, top_down ? to : upwards, result.rows, row_bytes);
     return;
   }
   // A pixel of one bit counts as a byte: rows run into the next, and the last out of the bitmap.
