@@ -46,7 +46,9 @@ bool ShouldStream(const Piece& piece) { return ExceedsCaches(BytesMoved(piece));
 
 void CopyByteRows(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst, int rows,
                   std::size_t bytes) {
-  const std::size_t moved = 2 * static_cast<std::size_t>(rows) * bytes;
+  const std::size_t written = static_cast<std::size_t>(rows) * bytes;
+  // One row that is copied again and again stays in the nearest cache.
+  const std::size_t moved = src.step == 0 ? written : 2 * written;
   const bool streaming = ExceedsCaches(moved);
   ForEachRowRange(
       rows, moved,
