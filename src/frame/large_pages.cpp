@@ -1,7 +1,9 @@
 #include "frame/large_pages.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 
 #include "frame/row_views.h"
 
@@ -11,8 +13,22 @@
 #endif
 
 namespace KELRA {
+namespace {
+
+// OpenCV 4.6 takes a number of bytes that wraps around for a small one.
+bool ExceedsAllMemory(cv::Size size, int type) {
+  constexpr std::size_t kMost = std::numeric_limits<std::ptrdiff_t>::max();
+  const auto width = static_cast<std::size_t>(std::max(size.width, 1));
+  const auto height = static_cast<std::size_t>(std::max(size.height, 0));
+  return height > kMost / (width * static_cast<std::size_t>(CV_ELEM_SIZE(type)));
+}
+
+}  // namespace
 
 void CreateInLargePages(cv::Size size, int type, cv::Mat* mat) {
+  if (ExceedsAllMemory(size, type)) {
+    CV_Error(cv::Error::StsNoMem, "The pixels exceed all memory");
+  }
   mat->create(size, type);
 #if defined(__linux__)
   // Smaller blocks are kept by the allocator, which gives out their pages again.

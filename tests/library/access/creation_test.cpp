@@ -178,9 +178,19 @@ TEST(CreateConst, AnswersWhatTheMakingThrowsWithACode) {
   const cv::Mat before(1, 2, CV_8UC1, cv::Scalar(3));
   KelImage dst(before);
   RecordedLog log;
-  EXPECT_EQ(object.CreateConst(&dst, INT_MAX, INT_MAX, KEL_32S, 4, kColor), ERR_CREATE_EXCEPTION);
-  EXPECT_EQ(dst.ImageData(), before.data);
-  EXPECT_EQ(log.Take(), std::vector{StartRecord("CreateConst", 6848)});
+  struct Case {
+    cv::Size size;
+    KelImageType type;
+    int channels;
+  };
+  // In 64 bits the bytes of the last two are 0 and -4.
+  for (const Case& c : {Case{{INT_MAX, INT_MAX}, KEL_32S, 4}, Case{{1 << 30, 1 << 30}, KEL_32S, 4},
+                        Case{{1431655766, INT_MAX}, KEL_16U, 3}}) {
+    EXPECT_EQ(object.CreateConst(&dst, c.size.height, c.size.width, c.type, c.channels, kColor),
+              ERR_CREATE_EXCEPTION);
+    EXPECT_EQ(dst.ImageData(), before.data);
+    EXPECT_EQ(log.Take(), std::vector{StartRecord("CreateConst", 6848)});
+  }
 }
 
 TEST(CreateConst, LeavesWhatItsOutputSharedAlone) {

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "KELRA/KelImageOperation.h"
+#include "fake_settings.h"
 #include "recorded_log.h"
 #include "test_images.h"
 
@@ -170,6 +171,19 @@ TEST(AddBorder, WritesIntoAnOutputOfTheResultsSizeAndType) {
   EXPECT_TRUE(output.SurroundingsUntouched());
 }
 
+TEST(AddBorder, GivesTheSameBytesUnderEveryParallelSetting) {
+  constexpr Widths kAround{5, 30, 3, 20};
+  constexpr KelColorRGBA kColor{200, 100, 50, 0};
+  KelImage src(RandomImage(650, 901, CV_16UC3));
+  const cv::Mat expected = Bordered(src.Mat(), kAround, kColor);
+  for (const int parallel : kelra_test::ParallelSettingsFor(expected.rows)) {
+    const kelra_test::ScopedSettings settings({.parallel = parallel});
+    KelImage dst;
+    ASSERT_EQ(AddBorder(src, &dst, kAround, kColor), STATUS_OK);
+    EXPECT_TRUE(SameImage(dst.Mat(), expected)) << parallel;
+  }
+}
+
 TEST(AddBorder, TellsTheFirstFaultAndLeavesTheOutput) {
   const KelColorRGBA bad{-1, 0, 0, 0};
   struct Case {
@@ -206,6 +220,8 @@ TEST(AddBorder, TellsTheFirstFaultAndLeavesTheOutput) {
            {grey, {0, kIntMax, 0, 0}, {}, ERR_BORDER_EXCEPTION},
            {grey, {kIntMax, kIntMax, kIntMax, kIntMax}, {}, ERR_BORDER_EXCEPTION},
            {grey, {kIntMax - 5, kIntMax - 5, 0, 0}, {}, ERR_BORDER_EXCEPTION},
+           // Bytes that wrap around in 64 bits.
+           {deep, {1431655761, kIntMax - 5, 0, 0}, {}, ERR_BORDER_EXCEPTION},
            // OpenCV paints more than four channels only when all components are alike.
            {RandomImage(5, 5, CV_8UC(5)), {1, 1, 1, 1}, {1, 2, 3, 4}, ERR_BORDER_EXCEPTION}}) {
     KelImage src(c.image);
