@@ -74,7 +74,10 @@ bool SharesPixelsOfOneBlock(const cv::Mat& a, const cv::Mat& b) {
   return in_same_row || in_next_row;
 }
 
-bool IsHeldAlone(const cv::Mat& mat) { return mat.u != nullptr && mat.u->refcount == 1; }
+bool IsHeldAlone(const cv::Mat& mat) {
+  return mat.u != nullptr && mat.u->refcount == 1 && mat.u->urefcount == 0 &&
+         (mat.u->flags & cv::UMatData::USER_ALLOCATED) == 0;
+}
 
 const cv::Mat& InputToReadWhileWriting(const cv::Mat& result, const cv::Mat& input,
                                        SpareMatrix* copy) {

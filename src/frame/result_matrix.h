@@ -38,7 +38,7 @@ inline bool SharesPixels(const cv::Mat& a, const cv::Mat& b) {
          SharesPixelsOfOneBlock(a, b);
 }
 
-// Whether no other header holds the matrix's pixels.
+// Whether no other header, no cv::UMat and no caller whose memory it is holds the matrix's pixels.
 bool IsHeldAlone(const cv::Mat& mat);
 
 // The matrix to read by an operation that computes each pixel of `result` from the same pixel of

@@ -339,7 +339,11 @@ void PaintMask(const std::vector<KelRun>& runs, uchar inside, uchar outside, cv:
       [&](std::ptrdiff_t first, std::ptrdiff_t end) { fill(first, end, outside); });
 }
 
-bool IsHeldAlone(const cv::Mat& mat) { return mat.u != nullptr && mat.u->refcount == 1; }
+// By no other header, no cv::UMat and no caller whose memory it is.
+bool IsHeldAlone(const cv::Mat& mat) {
+  return mat.u != nullptr && mat.u->refcount == 1 && mat.u->urefcount == 0 &&
+         (mat.u->flags & cv::UMatData::USER_ALLOCATED) == 0;
+}
 
 // Whether the caller will only read the mask.
 bool AsksForSharedMask(const cv::Mat& image, const cv::Mat& mask) {

@@ -46,6 +46,23 @@ TEST(ResultMatrix, OtherwiseANewMatrixIsMadeAndTheOutputStays) {
   }
 }
 
+// A caller's: it may end before the library does.
+class OtherAllocator : public cv::MatAllocator {
+ public:
+  cv::UMatData* allocate(int dims, const int* sizes, int type, void* data, std::size_t* step,
+                         cv::AccessFlag flags, cv::UMatUsageFlags usage) const override {
+    cv::UMatData* const made =
+        cv::Mat::getStdAllocator()->allocate(dims, sizes, type, data, step, flags, usage);
+    made->currAllocator = this;
+    return made;
+  }
+  bool allocate(cv::UMatData*, cv::AccessFlag, cv::UMatUsageFlags) const override { return false; }
+  void deallocate(cv::UMatData* data) const override {
+    data->currAllocator = cv::Mat::getStdAllocator();
+    cv::Mat::getStdAllocator()->deallocate(data);
+  }
+};
+
 TEST(NewMatrix, IsTheOutputsOwnOnlyWhereNobodyCanTell) {
   const auto is_own = [](cv::Mat mat) {
     KelImage output;
@@ -75,6 +92,17 @@ TEST(NewMatrix, IsTheOutputsOwnOnlyWhereNobodyCanTell) {
   cv::Mat with_room(5, 6, CV_16UC3);
   with_room.pop_back();
   EXPECT_FALSE(is_own(std::move(with_room)));
+  cv::UMat device(4, 6, CV_16UC3);
+  EXPECT_FALSE(is_own(device.getMat(cv::ACCESS_RW)));
+  const OtherAllocator other;
+  cv::Mat with_allocator(4, 6, CV_16UC3);
+  with_allocator.allocator = const_cast<OtherAllocator*>(&other);
+  EXPECT_FALSE(is_own(std::move(with_allocator)));
+  cv::Mat of_allocator;
+  of_allocator.allocator = const_cast<OtherAllocator*>(&other);
+  of_allocator.create(4, 6, CV_16UC3);
+  of_allocator.allocator = nullptr;
+  EXPECT_FALSE(is_own(std::move(of_allocator)));
 }
 
 TEST(AssignResult, TheOutputSharesTheResult) {
