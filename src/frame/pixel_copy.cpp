@@ -8,6 +8,7 @@
 
 #include "frame/cache_size.h"
 #include "frame/kernels/row_kernels.h"
+#include "frame/row_views.h"
 
 namespace KELRA {
 namespace {
@@ -29,10 +30,6 @@ constexpr std::size_t kRepeatedRow = 4096;
 
 bool ExceedsCaches(std::size_t bytes) { return bytes > CacheBytesOfACall(); }
 
-std::size_t RowBytes(const cv::Mat& mat) {
-  return static_cast<std::size_t>(mat.cols) * mat.elemSize();
-}
-
 template <class Byte>
 Rows<Byte> RowsFrom(const cv::Mat& mat, cv::Point first = {}) {
   return {mat.data + mat.step[0] * static_cast<std::size_t>(first.y) +
@@ -50,7 +47,7 @@ void CopyByteRows(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst, int rows
   // One row that is copied again and again stays in the nearest cache.
   const std::size_t moved = src.step == 0 ? written : 2 * written;
   const bool streaming = ExceedsCaches(moved);
-  ForEachRowRange(
+  ForEachRepeatableRowRange(
       rows, moved,
       [&](const RowRange& range) {
         CopyByteRowsAlone({src[range.begin()], src.step}, {dst[range.begin()], dst.step},
@@ -77,7 +74,7 @@ void CopyByteRowsAlone(Rows<const std::uint8_t> src, Rows<std::uint8_t> dst, int
 }
 
 void RepeatBytes(std::uint8_t* bytes, std::size_t given, std::size_t size) {
-  // What one thread fills, the C library fills faster than it copies rows.
+  // On one thread the C library fills faster than it copies rows.
   if (given == 1 && size < kSerialBytesOfCopy) {
     std::memset(bytes, bytes[0], size);
     return;
@@ -110,15 +107,15 @@ void CopyRows(const Piece& piece, const RowRange& rows, const cv::Mat& to, bool 
 void CopyPixels(const cv::Mat& from, const cv::Mat& to) {
   if (from.data != to.data) {
     CopyByteRows(RowsFrom<const std::uint8_t>(from), RowsFrom<std::uint8_t>(to), to.rows,
-                 RowBytes(to));
+                 tbbup::RowBytes(to));
   }
 }
 
 void CopyPixelsAlone(const cv::Mat& from, const cv::Mat& to) {
   if (from.data != to.data) {
-    const std::size_t moved = 2 * static_cast<std::size_t>(to.rows) * RowBytes(to);
+    const std::size_t moved = 2 * static_cast<std::size_t>(to.rows) * tbbup::RowBytes(to);
     CopyByteRowsAlone(RowsFrom<const std::uint8_t>(from), RowsFrom<std::uint8_t>(to), to.rows,
-                      RowBytes(to), ExceedsCaches(moved));
+                      tbbup::RowBytes(to), ExceedsCaches(moved));
   }
 }
 
@@ -128,7 +125,7 @@ void CopyPieces(std::span<const Piece> pieces, const cv::Mat& to) {
     bytes += BytesMoved(piece);
   }
   const bool streaming = ExceedsCaches(bytes);
-  ForEachRowRange(
+  ForEachRepeatableRowRange(
       to.rows, bytes,
       [&](const RowRange& rows) {
         for (const Piece& piece : pieces) {

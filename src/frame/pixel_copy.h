@@ -1,6 +1,6 @@
 // Copies of pixels: by rows, shared out among threads where that pays, and past the caches where
 // they cannot hold what is copied. What OpenCV's copy does before its first byte takes as long as
-// the pixels of a small image.
+// the pixels of a small image. None is left half done for want of memory.
 #pragma once
 
 #include <cstddef>
@@ -54,7 +54,8 @@ void CopyByteRows(kernels::Rows<const std::uint8_t> src, kernels::Rows<std::uint
 void CopyByteRowsAlone(kernels::Rows<const std::uint8_t> src, kernels::Rows<std::uint8_t> dst,
                        int rows, std::size_t bytes, bool streaming = false);
 
-// Fills `size` bytes by repeating the first `given` of them.
+// Fills `size` bytes by repeating the first `given` of them; shared out among threads where that
+// pays.
 void RepeatBytes(std::uint8_t* bytes, std::size_t given, std::size_t size);
 
 }  // namespace KELRA

@@ -41,4 +41,16 @@ void ForEachRowRange(int rows, std::size_t bytes, const Body& body,
   }
 }
 
+// The same for a body that may do a row again: where there is no memory for the threads, the
+// calling one does all rows, and nothing is left half done.
+template <class Body>
+void ForEachRepeatableRowRange(int rows, std::size_t bytes, const Body& body,
+                               std::size_t serial_bytes = kSerialBytes) {
+  try {
+    ForEachRowRange(rows, bytes, body, serial_bytes);
+  } catch (...) {
+    body(RowRange(0, rows));
+  }
+}
+
 }  // namespace KELRA

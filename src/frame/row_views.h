@@ -22,8 +22,12 @@ kernels::Rows<Sample> RowsOf(const cv::Mat& mat, const RowRange& rows) {
       static_cast<std::ptrdiff_t>(mat.step[0])};
 }
 
+inline std::size_t RowBytes(const cv::Mat& mat) {
+  return static_cast<std::size_t>(mat.cols) * mat.elemSize();
+}
+
 inline std::size_t PixelBytes(const cv::Mat& mat) {
-  return static_cast<std::size_t>(mat.rows) * static_cast<std::size_t>(mat.cols) * mat.elemSize();
+  return static_cast<std::size_t>(mat.rows) * RowBytes(mat);
 }
 
 // Whether to bypass the caches: the images exceed them, and the output is not in them by being an

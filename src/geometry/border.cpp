@@ -68,7 +68,7 @@ struct Surrounding {
 void SurroundRows(const Surrounding& parts, bool streaming, const RowRange& rows,
                   const cv::Mat& result) {
   const Piece inner = WholeOf(parts.input, parts.corner);
-  const std::size_t row_bytes = static_cast<std::size_t>(result.cols) * result.elemSize();
+  const std::size_t row_bytes = tbbup::RowBytes(result);
   const std::size_t left = static_cast<std::size_t>(parts.corner.x) * result.elemSize();
   const std::size_t end = left + static_cast<std::size_t>(parts.input.cols) * result.elemSize();
   const std::size_t right = row_bytes - end;
@@ -105,7 +105,7 @@ void SurroundRows(const Surrounding& parts, bool streaming, const RowRange& rows
 
 void Surround(const Surrounding& parts, const cv::Mat& result) {
   const bool streaming = ShouldStream(WholeOf(parts.input));
-  ForEachRowRange(
+  ForEachRepeatableRowRange(
       result.rows, 2 * tbbup::PixelBytes(result),
       [&](const RowRange& rows) { SurroundRows(parts, streaming, rows, result); },
       kSerialBytesOfCopy);
@@ -137,7 +137,7 @@ KelLong KelImageOperation::AddBorder(KelImage& src, KelImage* dst, int left, int
     const cv::Size size(static_cast<int>(columns), static_cast<int>(rows));
     SpareMatrix fresh;
     cv::Mat& result = ResultMatrixApart(input, dst, size, input.type(), &fresh);
-    const std::size_t row_bytes = static_cast<std::size_t>(result.cols) * result.elemSize();
+    const std::size_t row_bytes = tbbup::RowBytes(result);
     cv::AutoBuffer<std::uint8_t> border_row(row_bytes);
     FillRow(color, input, border_row.data(), row_bytes);
     Surround({input, {left, top}, border_row.data()}, result);

@@ -82,6 +82,14 @@ std::vector<Call> Calls() {
     KelPointArray to{{10, 5}, {380, 20}, {5, 190}};
     return op.Affine(in, out, from, to);
   });
+  on_one("Perspective", [](Op& op, KelImage& in, KelImage* out) {
+    KelPointArray from{{0, 0}, {400, 0}, {0, 200}, {400, 200}};
+    KelPointArray to{{10, 5}, {380, 20}, {5, 190}, {390, 215}};
+    return op.Perspective(in, out, from, to);
+  });
+  on_one("CreateConst", [](Op& op, KelImage& in, KelImage* out) {
+    return op.CreateConst(out, 2 * in.Height(), in.Width(), KEL_16U, 3, {700, 80, 9, 0});
+  });
   on_one("AddBorder", [](Op& op, KelImage& in, KelImage* out) {
     return op.AddBorder(in, out, 3, 4, 5, 6, {9, 9, 9, 9});
   });

@@ -6,9 +6,11 @@
 #include <tbb/task_arena.h>
 #include <tbb/task_group.h>
 
+#include <algorithm>
 #include <atomic>
 #include <limits>
 #include <mutex>
+#include <new>
 #include <stdexcept>
 #include <thread>
 #include <vector>
@@ -73,6 +75,25 @@ TEST(RowEngine, LittleWorkIsOneRangeOnTheCallingThread) {
     EXPECT_EQ(visits.ranges[0].end(), 64);
     EXPECT_EQ(visits.threads[0], std::this_thread::get_id());
   }
+}
+
+TEST(RowEngine, RepeatableRowsAreAllDoneWhereTheThreadsFail) {
+  const tbb::global_control many(tbb::global_control::max_allowed_parallelism, 4);
+  constexpr int kRows = 1000;
+  std::vector<std::atomic<int>> done(kRows);
+  std::atomic<bool> has_failed{false};
+  tbb::task_arena(4).execute([&] {
+    ForEachRepeatableRowRange(kRows, kMuch, [&](const RowRange& range) {
+      if (range.begin() > 0 && !has_failed.exchange(true)) {
+        throw std::bad_alloc();
+      }
+      for (int row = range.begin(); row < range.end(); ++row) {
+        ++done[static_cast<std::size_t>(row)];
+      }
+    });
+  });
+  EXPECT_TRUE(has_failed);
+  EXPECT_TRUE(std::all_of(done.begin(), done.end(), [](const auto& times) { return times > 0; }));
 }
 
 TEST(RowEngine, CallersSayWhatLittleWorkIs) {
