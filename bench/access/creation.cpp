@@ -18,7 +18,8 @@ void RegisterCreation() {
                  [=] {
                    const cv::Scalar color =
                        CV_MAT_CN(type) == 1 ? cv::Scalar(200) : cv::Scalar(50, 100, 200);
-                   on->opencv_dst = cv::Mat(size, type, color);
+                   on->opencv_dst.create(size, type);
+                   on->opencv_dst.setTo(color);
                  }};
   };
   Register(CallsSideBySide{"CreateConst", create, 1});

@@ -411,7 +411,7 @@ class KELIMAGEOPERATION_API KelImageOperation {
 
   // Creation and holes.
 
-  // dst = a new image of one color. What else shares the pixels that were in `dst` keeps them.
+  // dst = a new image of one color. Other images that share the pixels of `dst` keep them.
   //
   // `height` and `width`: at least 1. `type`: any integer type. `channels`: 1 (red), 3 (blue,
   // green, red) or 4 (blue, green, red, alpha). `color`: each component within the type's range,

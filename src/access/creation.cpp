@@ -56,8 +56,7 @@ cv::Scalar FillValue(const KelColorRGBA& color, int channels) {
                        : cv::Scalar(color.blue, color.green, color.red, color.alpha);
 }
 
-// OpenCV converts the color to the type, for one pixel: it fills images of more than one byte a
-// pixel by pixel.
+// OpenCV converts the color, for one pixel: it would fill pixels of several bytes one at a time.
 void Fill(const cv::Mat& image, const cv::Scalar& color) {
   cv::Mat(1, 1, image.type(), image.data) = color;
   RepeatBytes(image.data, image.elemSize(), tbbup::PixelBytes(image));

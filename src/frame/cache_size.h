@@ -1,4 +1,4 @@
-// How much the processor's caches hold.
+// How much of the processor's caches a call may use.
 #pragma once
 
 #include <cstddef>

@@ -17,7 +17,8 @@ using kernels::PerspectiveRow;
 constexpr int kBlockPixels = 1024;
 constexpr int kBlockRows = 16;
 
-// The positions that have all their neighbours in an image with so many pixels around it.
+// The positions that have all their neighbours in an image with so many pixels around it; with
+// none, those that the sampling kernels must find between the first and the last one.
 class Field {
  public:
   Field(cv::Size image, int around)
@@ -25,8 +26,8 @@ class Field {
         highest_x_((image.width - 1 + around) * kPixel - 1),
         highest_y_((image.height - 1 + around) * kPixel - 1) {}
 
-  // Negative for a position outside; a bitwise or tells of many.
-  int Side(const GridRow& source, int column) const {
+  // Of a position outside negative; a bitwise or tells of many.
+  int SignOfInside(const GridRow& source, int column) const {
     const int x = source.X(column);
     const int y = source.Y(column);
     return (x - lowest_) | (y - lowest_) | (highest_x_ - x) | (highest_y_ - y);
@@ -34,21 +35,21 @@ class Field {
 
   // Those of the columns from the first to the last one inside.
   Columns Outermost(const GridRow& source, Columns columns) const {
-    while (columns.first < columns.last && Side(source, columns.first) < 0) {
+    while (columns.first < columns.last && SignOfInside(source, columns.first) < 0) {
       ++columns.first;
     }
-    while (columns.first < columns.last && Side(source, columns.last - 1) < 0) {
+    while (columns.first < columns.last && SignOfInside(source, columns.last - 1) < 0) {
       --columns.last;
     }
     return columns;
   }
 
   bool HasAll(const GridRow& source, Columns columns) const {
-    int sides = 0;
+    int signs = 0;
     for (int column = columns.first; column < columns.last; ++column) {
-      sides |= Side(source, column);
+      signs |= SignOfInside(source, column);
     }
-    return sides >= 0;
+    return signs >= 0;
   }
 
  private:
@@ -109,7 +110,7 @@ void PerspectiveRows::WriteColumns(const GridRow& source, int columns, std::byte
   }
   const int half = columns / 2;
   WriteColumns(source, half, to);
-  WriteColumns(source.From(half), columns - half, to + PixelBytes() * half);
+  WriteColumns(source.From(half), columns - half, to + BytesOfAPixel() * half);
 }
 
 void PerspectiveRows::Write(int row, void* to) const {
@@ -118,7 +119,7 @@ void PerspectiveRows::Write(int row, void* to) const {
   for (int column = 0; column < image_.cols; column += columns_at_once_) {
     const int columns = std::min(columns_at_once_, image_.cols - column);
     kernels::ActiveRowKernels().perspective_positions(SourceOf(row, column), columns, x, y);
-    WriteColumns({x, y, 0, 0}, columns, static_cast<std::byte*>(to) + PixelBytes() * column);
+    WriteColumns({x, y, 0, 0}, columns, static_cast<std::byte*>(to) + BytesOfAPixel() * column);
   }
 }
 

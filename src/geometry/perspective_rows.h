@@ -29,7 +29,7 @@ class PerspectiveRows {
   void Write(int row, void* to) const;
 
  private:
-  std::ptrdiff_t PixelBytes() const { return static_cast<std::ptrdiff_t>(image_.elemSize()); }
+  std::ptrdiff_t BytesOfAPixel() const { return static_cast<std::ptrdiff_t>(image_.elemSize()); }
   // Of the columns from this one on.
   kernels::PerspectiveRow SourceOf(int row, int column) const;
   void WriteColumns(const kernels::GridRow& source, int columns, std::byte* to) const;

@@ -178,7 +178,8 @@ inline unsigned ThirtySeconds(int position) {
   return static_cast<unsigned>(position) >> (GridRow::kBits - 5) & 31;
 }
 
-// Whether the image has the pixel and all its neighbours on the right and below.
+// Whether the image has the pixel and all its neighbours on the right and below: what callers make
+// sure of for all between the first and the last such pixel.
 template <class Sample>
 inline bool IsInside(const SampledImage<Sample>& image, const GridRow& row, std::ptrdiff_t k) {
   const std::ptrdiff_t column = WholePixels(row.X(k));

@@ -183,7 +183,8 @@ struct SampleKernels {
   // dst = the first `count` pixels of a row, bilinear between the neighbours of each; outside the
   // image all samples are `around`. Bytes are rounded half up; words are interpolated in single
   // precision, upper left, upper right, lower left, lower right, and rounded to nearest, ties to
-  // even. The pixels whose neighbours are all inside follow each other.
+  // even. Precondition: the pixels whose neighbours are all inside follow each other; what lies
+  // between the first and the last of them is read unchecked.
   using OnGrid = void (*)(const SampledImage<Sample>& image, GridRow row, std::ptrdiff_t count,
                           Sample around, Sample* dst);
 
