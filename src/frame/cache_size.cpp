@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "frame/row_engine.h"
+
 #if defined(__linux__)
 #include <unistd.h>
 #endif
@@ -22,10 +24,14 @@ std::size_t QueryLastLevelCacheBytes() {
   return kCommon;
 }
 
-const std::size_t g_bytes_of_a_call = QueryLastLevelCacheBytes() / 2;
+const std::size_t g_last_level_cache_bytes = QueryLastLevelCacheBytes();
 
 }  // namespace
 
-std::size_t CacheBytesOfACall() { return g_bytes_of_a_call; }
+std::size_t LastLevelCacheBytes() { return g_last_level_cache_bytes; }
+
+bool ExceedsCaches(std::size_t bytes) {
+  return bytes > g_last_level_cache_bytes / 2 && (bytes > g_last_level_cache_bytes || WorksAlone());
+}
 
 }  // namespace KELRA

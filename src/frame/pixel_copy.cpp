@@ -28,8 +28,6 @@ constexpr std::ptrdiff_t kShortRow = 512;
 // As long a row of repeated bytes stays in the nearest cache beside those that it is copied to.
 constexpr std::size_t kRepeatedRow = 4096;
 
-bool ExceedsCaches(std::size_t bytes) { return bytes > CacheBytesOfACall(); }
-
 template <class Byte>
 Rows<Byte> RowsFrom(const cv::Mat& mat, cv::Point first = {}) {
   return {mat.data + mat.step[0] * static_cast<std::size_t>(first.y) +

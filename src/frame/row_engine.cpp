@@ -29,13 +29,6 @@ std::atomic<bool> g_pool_is_lost{false};
 });
 #endif
 
-// Whether nobody would share the work: splitting it takes microseconds, in vain.
-bool CallerIsAlone() {
-  return g_pool_is_lost.load(std::memory_order_relaxed) ||
-         tbb::this_task_arena::max_concurrency() == 1 ||
-         tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism) == 1;
-}
-
 std::size_t GrainOfSetting(int rows) {
   const int parallel = LoadedSettings().parallel;
   return static_cast<std::size_t>(parallel < 1 ? 1 : std::max(1, rows / parallel));
@@ -50,10 +43,17 @@ std::size_t RowsWorthSplittingOff(int rows, std::size_t bytes) {
 
 }  // namespace
 
+bool WorksAlone() {
+  return g_pool_is_lost.load(std::memory_order_relaxed) ||
+         tbb::this_task_arena::max_concurrency() == 1 ||
+         tbb::global_control::active_value(tbb::global_control::max_allowed_parallelism) == 1;
+}
+
 void ForEachRowRangeInParallel(int rows, std::size_t bytes,
                                FunctionRef<void(const RowRange&)> body) {
   const std::size_t grain = std::max(GrainOfSetting(rows), RowsWorthSplittingOff(rows, bytes));
-  if (grain >= static_cast<std::size_t>(rows) || CallerIsAlone()) {
+  // Splitting takes microseconds, in vain where nobody shares the work.
+  if (grain >= static_cast<std::size_t>(rows) || WorksAlone()) {
     body(RowRange(0, rows));
     return;
   }

@@ -19,6 +19,9 @@ inline constexpr std::size_t kSerialBytes = std::size_t{1024} * 1024;
 void ForEachRowRangeInParallel(int rows, std::size_t bytes,
                                FunctionRef<void(const RowRange&)> body);
 
+// Whether the calling thread does all rows, however many there are.
+bool WorksAlone();
+
 // Calls `body` on ranges that together cover the rows [0, rows) exactly once, and returns when all
 // are done. `bytes` is what the body reads and writes over all rows.
 //

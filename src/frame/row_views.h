@@ -34,8 +34,8 @@ inline std::size_t PixelBytes(const cv::Mat& mat) {
 // input.
 template <class... Inputs>
 bool ShouldStream(const cv::Mat& output, const Inputs&... inputs) {
-  return (PixelBytes(output) + ... + PixelBytes(inputs)) > CacheBytesOfACall() &&
-         ((output.data != inputs.data) && ...);
+  return ((output.data != inputs.data) && ...) &&
+         ExceedsCaches((PixelBytes(output) + ... + PixelBytes(inputs)));
 }
 
 // Both rounding alike, the whole row counts as blocks.

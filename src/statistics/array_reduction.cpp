@@ -22,7 +22,7 @@ std::size_t BytesToMove(Images images) {
 // Less arithmetic for each byte than elsewhere: twice as much is still little work.
 std::size_t Work(Images images) { return BytesToMove(images) / 2; }
 
-bool ShouldStream(Images images) { return BytesToMove(images) > CacheBytesOfACall(); }
+bool ShouldStream(Images images) { return ExceedsCaches(BytesToMove(images)); }
 
 // Calls `work(sources, row, samples)` for the rows of a range; they are one long row where no
 // matrix has gaps.

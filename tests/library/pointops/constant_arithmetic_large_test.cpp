@@ -48,9 +48,9 @@ TEST_P(ConstantArithmeticBeyondTheCache, HasTheModelsResultStreamedAndInPlace) {
   constexpr int kDistinctRows = 16;
   const cv::Mat distinct = RandomImage(kDistinctRows, kColumns, CV_16UC1, 31);
   const std::size_t row_bytes = std::size_t{2} * kColumns;
-  const int repeats = static_cast<int>(CacheBytesOfACall() / (2 * row_bytes * kDistinctRows)) + 1;
+  const int repeats = static_cast<int>(LastLevelCacheBytes() / (2 * row_bytes * kDistinctRows)) + 1;
   const cv::Mat input = cv::repeat(distinct, repeats, 1);
-  ASSERT_GT(2 * row_bytes * static_cast<std::size_t>(input.rows), CacheBytesOfACall());
+  ASSERT_GT(2 * row_bytes * static_cast<std::size_t>(input.rows), LastLevelCacheBytes());
 
   const auto expect_repeated = [&](const cv::Mat& output, const cv::Mat& expected) {
     ASSERT_EQ(output.size(), input.size());
